@@ -79,8 +79,8 @@ class PACKETDB_EXPORT DatabaseIter : public StorageIter {
   void SelectRecords(DbItemSelection& selection) override;
 
  private:
-  const Query* m_query;
-  const DatabaseStorage* m_storage;
+  [[maybe_unused]] const Query* m_query;
+  [[maybe_unused]] const DatabaseStorage* m_storage;
 };
 
 // Selects nothing, from no storage; for hosts that need an iterator in place of none.
