@@ -1,0 +1,97 @@
+#include "host/cli/query_command.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <ctime>
+#include <fmt/format.h>
+#include <memory>
+
+#include "host/bus/answer_code.h"
+#include "host/bus/client.h"
+#include "host/bus/message.h"
+#include "host/cli/report.h"
+#include "host/cli/rows.h"
+
+namespace packetdb::host {
+
+namespace {
+
+ExitCode ExitCodeOf(BusError error) {
+  switch (error) {
+    case BusError::kNoSuchSocket:
+    case BusError::kNotASocket:
+    case BusError::kRefused:
+    case BusError::kTimedOut:
+      return kExitUnreachable;
+    case BusError::kNotPermitted:
+      return kExitNotPermitted;
+    default:
+      return kExitFailed;
+  }
+}
+
+ExitCode CannotConnect(const std::string& socket, const BusFailure& failure) {
+  Complain(fmt::format("cannot reach packetdbd at {}: {}; is it running, with --socket {}?", socket,
+                       failure.text, socket));
+  return ExitCodeOf(failure.code);
+}
+
+ExitCode Print(const Rows& rows, OutputFormat format) {
+  if (format == OutputFormat::kJson) {
+    PrintJson(rows, stdout);
+  } else {
+    PrintTable(rows, stdout);
+  }
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    Complain(fmt::format("cannot write the answer: {}", std::strerror(errno)));
+    return kExitFailed;
+  }
+  return kExitOk;
+}
+
+ExitCode NothingMatched(const std::string& name) {
+  Complain(
+      fmt::format("nothing matched in '{}'; if no journal or interface has that name, or it "
+                  "could not be read, the daemon's log says so",
+                  name));
+  return kExitOk;
+}
+
+ExitCode AskingFailed(int status, const Message& message, const Connection& connection) {
+  if (!connection.sound()) {
+    Complain(fmt::format("the answer did not arrive: {}", connection.failure().text));
+  } else if (status == UDB_QUERY_FAILED) {
+    Complain(fmt::format("the answer is incomplete: {}; the daemon's log says why",
+                         ErrorText(static_cast<BusError>(message.LastError()))));
+  } else {
+    Complain(fmt::format("the daemon refused the query with {}: {}", status, AnswerText(status)));
+  }
+  return kExitFailed;
+}
+
+}  // namespace
+
+ExitCode RunQuery(const QueryOptions& options) {
+  Query query = MakeQuery(options.criteria, std::time(nullptr));
+  Timeouts timeouts;
+  timeouts.wait = std::chrono::seconds(options.timeout_seconds);
+  BusFailure failure;
+  const std::unique_ptr<Connection> connection = ConnectTo(options.socket, timeouts, &failure);
+  if (connection == nullptr) {
+    return CannotConnect(options.socket, failure);
+  }
+  Message message(*connection);
+  Rows rows;
+  const int status = query.process(&message, &rows);
+  if (status == kAnswerNothingOrFailed) {
+    return NothingMatched(options.criteria.name);
+  }
+  if (status != kAnswerOk && rows.empty()) {
+    return AskingFailed(status, message, *connection);
+  }
+  const ExitCode printed = Print(rows, options.output);
+  return status == kAnswerOk ? printed : AskingFailed(status, message, *connection);
+}
+
+}  // namespace packetdb::host

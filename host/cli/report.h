@@ -1,0 +1,11 @@
+// What the command says besides its answer.
+#pragma once
+
+#include <string_view>
+
+namespace packetdb::host {
+
+// One line on stderr, the program's name in front; control bytes are shown escaped.
+void Complain(std::string_view text);
+
+}  // namespace packetdb::host

@@ -1,0 +1,71 @@
+#include "host/daemon/serve_client.h"
+
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <fmt/format.h>
+#include <sys/resource.h>
+
+#include "host/bus/dispatcher.h"
+#include "host/bus/serve.h"
+#include "host/journals/open_journals.h"
+#include "host/log/log.h"
+#include "packetdb/journal_server.h"
+
+namespace packetdb::host {
+
+namespace {
+
+std::string PeerText(const Connection& connection) {
+  const auto peer = connection.Peer();
+  return peer ? fmt::format("client (pid {}, uid {})", peer->pid, peer->uid) : "client";
+}
+
+void LimitMemory(int mebibytes) {
+  if (mebibytes == 0) {
+    return;
+  }
+  const rlim_t bytes = static_cast<rlim_t>(mebibytes) << 20;
+  const rlimit limit{bytes, bytes};
+  if (setrlimit(RLIMIT_DATA, &limit) != 0) {
+    WriteLog(1, fmt::format("cannot limit memory to {} MiB: {}", mebibytes, std::strerror(errno)));
+  }
+}
+
+void LogCommand(const std::string& peer, const CommandReport& report) {
+  if (report.outcome == CommandOutcome::kServed) {
+    return;  // the library has logged what it did
+  }
+  WriteLog(report.outcome == CommandOutcome::kUnknownCommand ? 2 : 1,
+           fmt::format("{}: command {}: {}", peer, report.command, OutcomeText(report.outcome)));
+}
+
+void LogEnd(const std::string& peer, const ServeResult& result) {
+  constexpr int kOrderly = 4;
+  constexpr int kDisorderly = 2;
+  const bool orderly = result.end.code == BusError::kPeerClosed;
+  WriteLog(orderly ? kOrderly : kDisorderly,
+           fmt::format("{}: closed after {} commands: {}", peer, result.commands, result.end.text));
+}
+
+}  // namespace
+
+void ServeClient(Connection& connection, const DaemonOptions& options) {
+  const std::string peer = PeerText(connection);
+  LimitMemory(options.max_memory_mib);
+  try {
+    const OpenJournals journals(options.directory);
+    for (const std::string& problem : journals.problems()) {
+      WriteLog(1, problem);
+    }
+    Dispatcher dispatcher;
+    UdbJournalServer::RegisterCallbacks(journals.registry(), dispatcher.commands());
+    const ServeResult result = ServeConnection(
+        connection, dispatcher, [&](const CommandReport& report) { LogCommand(peer, report); });
+    LogEnd(peer, result);
+  } catch (const std::exception& error) {
+    WriteLog(1, fmt::format("{}: {}", peer, error.what()));
+  }
+}
+
+}  // namespace packetdb::host

@@ -1,0 +1,136 @@
+#include "host/journals/files.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "host/journals/error.h"
+
+namespace packetdb::host {
+
+namespace {
+
+[[noreturn]] void Fail(const char* what, const std::string& path, int error) {
+  throw JournalError(fmt::format("cannot {} {}: {}", what, path, std::strerror(error)));
+}
+
+class Descriptor {
+ public:
+  Descriptor(const std::string& path, int flags)
+      : fd_(open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK, 0640)) {}
+  ~Descriptor() {
+    if (fd_ >= 0) {
+      close(fd_);
+    }
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  int get() const { return fd_; }
+
+ private:
+  int fd_;
+};
+
+void WriteAll(int fd, std::string_view text, std::size_t offset, const std::string& path) {
+  while (!text.empty()) {
+    const ssize_t written = pwrite(fd, text.data(), text.size(), static_cast<off_t>(offset));
+    if (written < 0 && errno != EINTR) {
+      Fail("write", path, errno);
+    }
+    if (written > 0) {
+      text.remove_prefix(static_cast<std::size_t>(written));
+      offset += static_cast<std::size_t>(written);
+    }
+  }
+}
+
+void SyncDirectoryOf(const std::string& path) {
+  const std::filesystem::path parent = std::filesystem::path(path).parent_path();
+  const std::string name = parent.empty() ? "." : parent.string();
+  const Descriptor directory(name, O_RDONLY | O_DIRECTORY);
+  if (directory.get() < 0 || fsync(directory.get()) != 0) {
+    Fail("sync the directory", name, errno);
+  }
+}
+
+std::string ReadAll(int fd, std::size_t size, const std::string& path) {
+  std::string text(size, '\0');
+  std::size_t have = 0;
+  while (have < size) {
+    const ssize_t got = pread(fd, text.data() + have, size - have, static_cast<off_t>(have));
+    if (got < 0 && errno != EINTR) {
+      Fail("read", path, errno);
+    }
+    if (got == 0) {
+      break;  // it became shorter meanwhile
+    }
+    have += got > 0 ? static_cast<std::size_t>(got) : 0;
+  }
+  text.resize(have);
+  return text;
+}
+
+}  // namespace
+
+bool ReadSmallFile(const std::string& path, std::size_t limit, std::string* text) {
+  const Descriptor file(path, O_RDONLY);
+  if (file.get() < 0) {
+    if (errno == ENOENT) {
+      return false;
+    }
+    Fail("open", path, errno);
+  }
+  struct stat status {};
+  if (fstat(file.get(), &status) != 0) {
+    Fail("examine", path, errno);
+  }
+  if (!S_ISREG(status.st_mode)) {
+    throw JournalError(fmt::format("cannot read {}: not a regular file", path));
+  }
+  if (static_cast<std::size_t>(status.st_size) > limit) {
+    throw JournalError(fmt::format("cannot read {}: {} bytes are more than the {} expected", path,
+                                   status.st_size, limit));
+  }
+  *text = ReadAll(file.get(), static_cast<std::size_t>(status.st_size), path);
+  return true;
+}
+
+void CreateSmallFile(const std::string& path, std::string_view text) {
+  const std::string fresh = path + ".~new";
+  unlink(fresh.c_str());
+  {
+    const Descriptor file(fresh, O_WRONLY | O_CREAT | O_EXCL);
+    if (file.get() < 0) {
+      Fail("create", fresh, errno);
+    }
+    WriteAll(file.get(), text, 0, fresh);
+    if (fsync(file.get()) != 0) {
+      Fail("sync", fresh, errno);
+    }
+  }
+  if (rename(fresh.c_str(), path.c_str()) != 0) {
+    Fail("create", path, errno);
+  }
+  SyncDirectoryOf(path);
+}
+
+void WriteTail(const std::string& path, std::size_t offset, std::string_view text) {
+  const Descriptor file(path, O_WRONLY);
+  if (file.get() < 0) {
+    Fail("open", path, errno);
+  }
+  if (ftruncate(file.get(), static_cast<off_t>(offset)) != 0) {
+    Fail("write", path, errno);
+  }
+  WriteAll(file.get(), text, offset, path);
+  if (fdatasync(file.get()) != 0) {
+    Fail("sync", path, errno);
+  }
+}
+
+}  // namespace packetdb::host

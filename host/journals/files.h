@@ -1,0 +1,21 @@
+// Reading and writing small files so that they are there whole, or not at all.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace packetdb::host {
+
+// Both throw JournalError with the path and the system's reason.
+
+// The contents of the regular file at `path`, which must not be a symbolic link nor larger than
+// `limit` bytes. False when nothing is there.
+bool ReadSmallFile(const std::string& path, std::size_t limit, std::string* text);
+
+// Puts a new file into place, on disk with its name before this returns.
+void CreateSmallFile(const std::string& path, std::string_view text);
+
+// Writes `text` at `offset` and cuts off what was behind; on disk before this returns.
+void WriteTail(const std::string& path, std::size_t offset, std::string_view text);
+
+}  // namespace packetdb::host

@@ -1,0 +1,100 @@
+#include "host/journals/group_writer.h"
+
+#include <boost/make_shared.hpp>
+#include <filesystem>
+#include <fmt/format.h>
+#include <system_error>
+
+#include "host/journals/error.h"
+#include "host/journals/names.h"
+#include "host/record_file/probe.h"
+#include "host/record_file/result.h"
+#include "packetdb/query.h"
+
+namespace packetdb::host {
+
+namespace {
+
+constexpr int kWriteAndCreate = 1 | 4;
+
+std::string CheckedPath(const GroupOptions& options) {
+  if (!IsGroupName(options.group)) {
+    throw JournalError(
+        fmt::format("'{}' cannot be the name of a group: 1 to {} letters, digits, "
+                    "'_', '-' or '.', not in front",
+                    options.group, kLongestName));
+  }
+  std::error_code failed;
+  std::filesystem::create_directories(options.directory, failed);
+  if (failed) {
+    throw JournalError(
+        fmt::format("cannot create directory {}: {}", options.directory, failed.message()));
+  }
+  return JournalPath(options.directory, options.group);
+}
+
+int CapacityOf(const std::string& path, const GroupOptions& options) {
+  RecordFileInfo info;
+  if (!options.capacity && ProbeRecordFile(path, &info) == 0) {
+    return static_cast<int>(info.capacity);
+  }
+  return options.capacity.value_or(kDefaultCapacity);
+}
+
+Catalogue OpenCatalogue(const GroupOptions& options) {
+  const std::string path = CataloguePath(options.directory, options.group);
+  Catalogue catalogue =
+      Catalogue::LoadOrCreate(path, options.window_seconds.value_or(kDefaultWindowSeconds));
+  if (options.window_seconds && *options.window_seconds != catalogue.window()) {
+    throw JournalError(
+        fmt::format("{}: this group merges repeats within {} s, not {} s; a group "
+                    "keeps its window",
+                    path, catalogue.window(), *options.window_seconds));
+  }
+  return catalogue;
+}
+
+}  // namespace
+
+GroupWriter::GroupWriter(const GroupOptions& options)
+    : path_(CheckedPath(options)),
+      catalogue_(OpenCatalogue(options)),
+      storage_(boost::make_shared<DbFileStorage>()) {
+  const int capacity = CapacityOf(path_, options);
+  const int status = storage_->Init(path_, capacity, kWriteAndCreate, catalogue_.window());
+  if (status != 0) {
+    throw JournalError(
+        fmt::format("cannot open journal {}: {}", path_, DescribeRecordFileResult(status)));
+  }
+  // Again, now that the journal's lock is ours: another writer may have added interfaces meanwhile.
+  catalogue_ = Catalogue::Load(CataloguePath(options.directory, options.group));
+}
+
+GroupWriter::~GroupWriter() { storage_->Done(); }
+
+void GroupWriter::Add(const CDrvErrorItemV4& event, const std::string& interface) {
+  if (interface != last_interface_) {
+    catalogue_.Add(interface);
+    last_interface_ = interface;
+    last_hash_ = adapter_name_hash(interface);
+  }
+  storage_->AddRecord(&event, last_hash_, interface);
+}
+
+std::uint32_t GroupWriter::NewestTime() const {
+  const int count = storage_->RecordCount();
+  PacketDbItem newest;
+  if (count == 0 || storage_->FetchRecord(count - 1, &newest) < 0) {
+    return 0;
+  }
+  return newest.m_Item.m_FirstTime;
+}
+
+std::uint64_t GroupWriter::RecordsAppended() const {
+  RecordFileInfo info;
+  return ProbeRecordFile(path_, &info) == 0 ? info.next : 0;
+}
+
+int GroupWriter::RecordCount() const { return storage_->RecordCount(); }
+
+}  // namespace packetdb::host

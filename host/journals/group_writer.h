@@ -1,0 +1,53 @@
+// The one writer of a group's journal.
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "host/journals/catalogue.h"
+#include "packetdb/storage.h"
+
+namespace packetdb::host {
+
+inline constexpr int kDefaultCapacity = 1000000;   // records, about 80 bytes each
+inline constexpr long kDefaultWindowSeconds = 60;  // how long an event takes up repeats
+
+struct GroupOptions {
+  std::string directory;
+  std::string group;
+  // What an existing journal has wins over the defaults; asking for something else is an error.
+  std::optional<int> capacity;
+  std::optional<long> window_seconds;
+};
+
+class GroupWriter {
+ public:
+  // Opens the group's journal for writing, after creating it (and the directory) when it is
+  // missing. Throws JournalError, also when somebody else has the journal open.
+  explicit GroupWriter(const GroupOptions& options);
+  ~GroupWriter();  // closes the journal
+  GroupWriter(const GroupWriter&) = delete;
+  GroupWriter& operator=(const GroupWriter&) = delete;
+
+  // Journals one event that was seen on `interface`. The caller sees to it that times never
+  // decrease: queries bisect the journal by them.
+  void Add(const CDrvErrorItemV4& event, const std::string& interface);
+
+  // The first-seen time of the newest record, seconds since 1980; 0 for an empty journal.
+  std::uint32_t NewestTime() const;
+  // How many records were ever appended, those that were overwritten since included.
+  std::uint64_t RecordsAppended() const;
+  int RecordCount() const;
+  long window_seconds() const { return catalogue_.window(); }
+
+ private:
+  std::string path_;
+  Catalogue catalogue_;
+  boost::shared_ptr<IJournalStorage> storage_;
+  std::string last_interface_;
+  std::size_t last_hash_ = 0;
+};
+
+}  // namespace packetdb::host
