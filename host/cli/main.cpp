@@ -2,7 +2,6 @@
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <fmt/format.h>
-#include <map>
 #include <string>
 
 #include "host/cli/import_command.h"
@@ -29,12 +28,8 @@ CLI::App* AddQuery(CLI::App& app, QueryOptions& options) {
   }
   query->add_flag("-b,--both-directions", options.criteria.both_directions,
                   "source and destination may also match the other way round");
-  const std::map<std::string, OutputFormat> formats = {{"table", OutputFormat::kTable},
-                                                       {"json", OutputFormat::kJson}};
   query->add_option("-o,--output", options.output, "table, or json with one object per line")
-      ->type_name("FORMAT")
-      ->transform(CLI::Transformer(formats).description(""))
-      ->check(CLI::IsMember({OutputFormat::kTable, OutputFormat::kJson}).description(""));
+      ->type_name("FORMAT");
   query->add_option("--timeout", options.timeout_seconds, "wait this long for the answer")
       ->type_name("SECONDS")
       ->check(CLI::Range(1, 86400).description(""));
@@ -79,6 +74,7 @@ CLI::App* AddImport(CLI::App& app, ImportOptions& options) {
 
 ExitCode Run(int argc, char** argv) {
   CLI::App app("packetdb: a flight recorder for packet-filter events");
+  app.name("packetdb");
   app.set_version_flag("--version", PACKETDB_VERSION);
   app.require_subcommand(1);
   int log_level = kLowestLogLevel;

@@ -12,6 +12,7 @@
 #include "host/bus/message.h"
 #include "host/cli/report.h"
 #include "host/cli/rows.h"
+#include "host/cli/usage_error.h"
 
 namespace packetdb::host {
 
@@ -32,17 +33,25 @@ ExitCode ExitCodeOf(BusError error) {
 }
 
 ExitCode CannotConnect(const std::string& socket, const BusFailure& failure) {
-  Complain(fmt::format("cannot reach packetdbd at {}: {}; is it running, with --socket {}?", socket,
-                       failure.text, socket));
+  Complain(fmt::format("cannot reach packetdbd: {}; is it running with --socket {}?", failure.text,
+                       socket));
   return ExitCodeOf(failure.code);
 }
 
-ExitCode Print(const Rows& rows, OutputFormat format) {
-  if (format == OutputFormat::kJson) {
-    PrintJson(rows, stdout);
-  } else {
-    PrintTable(rows, stdout);
+using Printer = void (*)(const Rows& rows, std::FILE* out);
+
+Printer PrinterOf(const std::string& format) {
+  if (format == "table") {
+    return PrintTable;
   }
+  if (format == "json") {
+    return PrintJson;
+  }
+  throw UsageError(fmt::format("'{}' is not an output format: give table or json", format));
+}
+
+ExitCode Print(const Rows& rows, Printer printer) {
+  printer(rows, stdout);
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
     Complain(fmt::format("cannot write the answer: {}", std::strerror(errno)));
     return kExitFailed;
@@ -73,6 +82,7 @@ ExitCode AskingFailed(int status, const Message& message, const Connection& conn
 }  // namespace
 
 ExitCode RunQuery(const QueryOptions& options) {
+  const Printer printer = PrinterOf(options.output);
   Query query = MakeQuery(options.criteria, std::time(nullptr));
   Timeouts timeouts;
   timeouts.wait = std::chrono::seconds(options.timeout_seconds);
@@ -90,7 +100,7 @@ ExitCode RunQuery(const QueryOptions& options) {
   if (status != kAnswerOk && rows.empty()) {
     return AskingFailed(status, message, *connection);
   }
-  const ExitCode printed = Print(rows, options.output);
+  const ExitCode printed = Print(rows, printer);
   return status == kAnswerOk ? printed : AskingFailed(status, message, *connection);
 }
 

@@ -8,13 +8,11 @@
 
 namespace packetdb::host {
 
-enum class OutputFormat { kTable, kJson };
-
 struct QueryOptions {
   Criteria criteria;
   std::string socket;
-  OutputFormat output = OutputFormat::kTable;
-  int timeout_seconds = 60;  // for the answer to begin
+  std::string output = "table";  // or "json"
+  int timeout_seconds = 60;      // for the answer to begin
 };
 
 // Rows on stdout, notes and errors on stderr, a line each. Throws UsageError.

@@ -58,11 +58,11 @@ std::string DirectionWord(std::uint32_t flags) {
 
 std::string ProtocolCell(const CDrvErrorItemV4& event) {
   std::string word = ProtocolWord(event.m_Protocol);
+  if ((event.m_Flags & kFlagLaterFragment) != 0) {
+    return word + " frag";
+  }
   if (event.m_Protocol == IPPROTO_ICMP) {
     word += fmt::format(" {}/{}", event.m_Word10 >> 8, event.m_Word10 & 0xFF);
-  }
-  if ((event.m_Flags & kFlagLaterFragment) != 0) {
-    word += " frag";
   }
   return word;
 }

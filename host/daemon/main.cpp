@@ -25,7 +25,7 @@ void ReportJournals(const std::string& directory) {
   for (const std::string& problem : journals.problems()) {
     WriteLog(1, problem);
   }
-  WriteLog(2, fmt::format("serving {} of directory {}: {}", journals.groups().size(), directory,
+  WriteLog(2, fmt::format("groups in {}: {} ({})", directory, journals.groups().size(),
                           fmt::join(journals.groups(), " ")));
 }
 

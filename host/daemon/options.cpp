@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <fmt/format.h>
-#include <map>
 #include <stdexcept>
 
 namespace packetdb::host {
@@ -19,6 +18,20 @@ mode_t ParseSocketMode(const std::string& text) {
         fmt::format("'{}' is not a mode for the socket: give octal digits such as 0660", text));
   }
   return mode;
+}
+
+LogTarget ParseLogTarget(const std::string& text) {
+  if (text == "stderr") {
+    return LogTarget::kStderr;
+  }
+  if (text == "journal") {
+    return LogTarget::kJournal;
+  }
+  if (text == "syslog") {
+    return LogTarget::kSyslog;
+  }
+  throw std::invalid_argument(
+      fmt::format("'{}' is not a log target: give stderr, journal or syslog", text));
 }
 
 void AddServing(CLI::App& app, DaemonOptions& options) {
@@ -39,13 +52,9 @@ void AddServing(CLI::App& app, DaemonOptions& options) {
       ->check(CLI::Range(0, 1 << 20).description(""));
 }
 
-void AddLog(CLI::App& app, LogOptions& log) {
-  const std::map<std::string, LogTarget> targets = {{"stderr", LogTarget::kStderr},
-                                                    {"journal", LogTarget::kJournal},
-                                                    {"syslog", LogTarget::kSyslog}};
-  app.add_option("--log-target", log.target, "stderr, journal or syslog (default: stderr)")
-      ->type_name("TARGET")
-      ->transform(CLI::CheckedTransformer(targets).description(""));
+void AddLog(CLI::App& app, LogOptions& log, std::string& target) {
+  app.add_option("--log-target", target, "stderr, journal or syslog (default: stderr)")
+      ->type_name("TARGET");
   app.add_option("--log-level", log.level, "0 silent to 5 traces (default: 2)")
       ->type_name("N")
       ->check(CLI::Range(kLowestLogLevel, kHighestLogLevel).description(""));
@@ -55,13 +64,15 @@ void AddLog(CLI::App& app, LogOptions& log) {
 
 bool ParseOptions(int argc, char** argv, DaemonOptions* options) {
   CLI::App app("packetdbd: serves journals of packet-filter events");
+  app.name("packetdbd");
   app.set_version_flag("--version", PACKETDB_VERSION);
   app.footer("SIGTERM and SIGINT stop it; SIGUSR1 raises the log level by one, SIGUSR2 lowers it.");
   std::string socket_mode;
+  std::string log_target;
   AddServing(app, *options);
   app.add_option("--socket-mode", socket_mode, "who may connect (default: 0660)")
       ->type_name("OCTAL");
-  AddLog(app, options->log);
+  AddLog(app, options->log, log_target);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -73,6 +84,9 @@ bool ParseOptions(int argc, char** argv, DaemonOptions* options) {
   }
   if (!socket_mode.empty()) {
     options->socket_mode = ParseSocketMode(socket_mode);
+  }
+  if (!log_target.empty()) {
+    options->log.target = ParseLogTarget(log_target);
   }
   return true;
 }

@@ -18,7 +18,7 @@ std::shared_ptr<spdlog::logger>& Logger() {
 
 spdlog::level::level_enum SpdlogLevel(int level) {
   constexpr spdlog::level::level_enum kLevels[] = {spdlog::level::err,   spdlog::level::err,
-                                                   spdlog::level::warn,  spdlog::level::info,
+                                                   spdlog::level::info,  spdlog::level::info,
                                                    spdlog::level::debug, spdlog::level::trace};
   return kLevels[std::clamp(level, kLowestLogLevel, kHighestLogLevel)];
 }

@@ -29,8 +29,6 @@ class PriorityFlag : public spdlog::custom_flag_formatter {
     switch (level) {
       case spdlog::level::err:
         return LOG_ERR;
-      case spdlog::level::warn:
-        return LOG_NOTICE;
       case spdlog::level::info:
         return LOG_INFO;
       default:

@@ -37,7 +37,7 @@ TEST_F(LogFacility, WritesALineWholeWhenItCloses) {
   EXPECT_THAT(captured.Text(), IsEmpty());
   props_->m_Close(line);
   EXPECT_THAT(captured.Text(),
-              HasSubstr("warning: packetdb::Query::read: hash of -718446744073709551615\n"));
+              HasSubstr("info: packetdb::Query::read: hash of -718446744073709551615\n"));
 }
 
 TEST_F(LogFacility, ChangesItsLevelAtRunTime) {

@@ -15,7 +15,7 @@ TEST(LogTarget, JournalLinesCarryTheirPriority) {
   for (int level = 1; level <= 5; ++level) {
     WriteLog(level, "line");
   }
-  EXPECT_EQ(captured.Text(), "<3>line\n<5>line\n<6>line\n<7>line\n<7>line\n");
+  EXPECT_EQ(captured.Text(), "<3>line\n<6>line\n<6>line\n<7>line\n<7>line\n");
   ConfigureLog({});
 }
 
