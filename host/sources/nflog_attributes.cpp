@@ -1,0 +1,40 @@
+#include "host/sources/nflog_attributes.h"
+
+#include <algorithm>
+
+namespace packetdb::host {
+namespace {
+
+constexpr std::size_t kHeader = 4;
+constexpr std::size_t kAlignment = 4;
+constexpr std::uint16_t kTypeMask = 0x3fff;
+
+std::size_t Padded(std::size_t length) {
+  return (length + kAlignment - 1) / kAlignment * kAlignment;
+}
+
+}  // namespace
+
+std::optional<NflogAttribute> NflogAttributes::Stop(bool damaged) {
+  damaged_ = damaged;
+  rest_ = {};
+  return std::nullopt;
+}
+
+std::optional<NflogAttribute> NflogAttributes::Next() {
+  const bool cut = rest_.bytes.size() < rest_.wire_length;
+  if (rest_.bytes.size() < kHeader) return Stop(!rest_.bytes.empty() && !cut);
+  const std::size_t length = Native<std::uint16_t>(rest_.bytes, 0);
+  if (length < kHeader || length > rest_.wire_length) return Stop(true);
+
+  const std::size_t captured = std::min(length, rest_.bytes.size());
+  const auto type = static_cast<std::uint16_t>(Native<std::uint16_t>(rest_.bytes, 2) & kTypeMask);
+  const NflogAttribute attribute{
+      type, {rest_.bytes.subspan(kHeader, captured - kHeader), length - kHeader}};
+  // The padding of the last attribute may be missing.
+  const std::size_t next = std::min(Padded(length), rest_.bytes.size());
+  rest_ = rest_.Behind(next);
+  return attribute;
+}
+
+}  // namespace packetdb::host
