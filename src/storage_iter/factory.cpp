@@ -13,7 +13,7 @@ constexpr char kLogSource[] = "src/storage_iter";
 }  // namespace
 
 StorageIterPtr DbFileStorage::CreateStorageIter(const Query& query) {
-  const StorageIterPtr iter = boost::make_shared<UnixDbFileStorageIter>(*this, query);
+  StorageIterPtr iter = boost::make_shared<UnixDbFileStorageIter>(*this, query);
   if (query.m_RecCount != 0) {
     return boost::make_shared<LimitedStorageIter>(iter, query.m_RecCount);
   }
