@@ -1,0 +1,33 @@
+#include "host/record_file/request.h"
+
+#include <cstring>
+
+namespace packetdb::host {
+namespace {
+
+constexpr int kModeWrite = 1;
+constexpr int kModeCreateAnew = 2;
+constexpr int kModeCreateMissing = 4;
+constexpr int kKnownModes = kModeWrite | kModeCreateAnew | kModeCreateMissing;
+
+}  // namespace
+
+RecordFileResult MakeRequest(const std::string& path, const char* magic, unsigned long record_size,
+                             unsigned long max_records, int mode, OpenRequest* request) {
+  if (path.empty() || path.find('\0') != std::string::npos) return kBadPath;
+  if (magic == nullptr || strnlen(magic, kMagicSize) == kMagicSize) return kBadMagic;
+  if (record_size == 0 || record_size > kMaxRecordSize) return kBadRecordSize;
+  if ((mode & ~kKnownModes) != 0) return kBadMode;
+  *request = {.path = path,
+              .format = {.magic = magic,
+                         .record_size = record_size,
+                         .capacity = max_records > kMaxRecords ? 0 : max_records},
+              // Creating is writing, whether or not bit 1 says so as well.
+              .access = mode != 0 ? Access::kWrite : Access::kRead,
+              .create_anew = (mode & kModeCreateAnew) != 0,
+              .create_missing = (mode & kModeCreateMissing) != 0,
+              .asks_for_none = max_records == 0};
+  return kRecordFileOk;
+}
+
+}  // namespace packetdb::host
