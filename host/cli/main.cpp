@@ -76,7 +76,7 @@ ExitCode Run(int argc, char** argv) {
   CLI::App app("packetdb: a flight recorder for packet-filter events");
   app.name("packetdb");
   app.set_version_flag("--version", PACKETDB_VERSION);
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);
   int log_level = kLowestLogLevel;
   app.add_option("--log-level", log_level, "what the library reports on stderr, 0 to 5")
       ->type_name("N")
@@ -93,6 +93,9 @@ ExitCode Run(int argc, char** argv) {
       return kExitOk;
     }
     throw UsageError(fmt::format("{}; see packetdb --help", error.what()));
+  }
+  if (app.get_subcommands().empty()) {
+    throw UsageError("no command given: give query or import; see packetdb --help");
   }
   ConfigureLog({LogTarget::kStderr, log_level, "packetdb"});
   return query->parsed() ? RunQuery(query_options) : RunImport(import_options);

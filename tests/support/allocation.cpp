@@ -1,0 +1,59 @@
+#include "tests/support/allocation.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace packetdb::test {
+
+namespace {
+
+std::size_t failing_size = 0;
+std::size_t made = 0;
+std::ptrdiff_t alive = 0;
+
+void* Allocate(std::size_t size) noexcept {
+  if (failing_size != 0 && size == failing_size) return nullptr;
+  void* memory = std::malloc(size == 0 ? 1 : size);
+  if (memory != nullptr) {
+    ++made;
+    ++alive;
+  }
+  return memory;
+}
+
+void* AllocateOrThrow(std::size_t size) {
+  void* memory = Allocate(size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+
+void Release(void* memory) noexcept {
+  if (memory == nullptr) return;
+  --alive;
+  std::free(memory);
+}
+
+}  // namespace
+
+FailAllocationsOf::FailAllocationsOf(std::size_t size) { failing_size = size; }
+FailAllocationsOf::~FailAllocationsOf() { failing_size = 0; }
+
+std::size_t AllocationsMade() { return made; }
+std::ptrdiff_t AllocationsAlive() { return alive; }
+
+}  // namespace packetdb::test
+
+using packetdb::test::Allocate;
+using packetdb::test::AllocateOrThrow;
+using packetdb::test::Release;
+
+void* operator new(std::size_t size) { return AllocateOrThrow(size); }
+void* operator new[](std::size_t size) { return AllocateOrThrow(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void operator delete(void* memory) noexcept { Release(memory); }
+void operator delete[](void* memory) noexcept { Release(memory); }
+void operator delete(void* memory, std::size_t) noexcept { Release(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { Release(memory); }
+void operator delete(void* memory, const std::nothrow_t&) noexcept { Release(memory); }
+void operator delete[](void* memory, const std::nothrow_t&) noexcept { Release(memory); }

@@ -1,0 +1,208 @@
+// What the command's exit status, standard output and standard error say.
+#include <array>
+#include <csignal>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <ostream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tests/system/support/ask.h"
+#include "tests/system/support/capture.h"
+#include "tests/system/support/daemon.h"
+#include "tests/system/support/records.h"
+
+namespace packetdb::host::test {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+
+constexpr int kExitUsage = 2;
+constexpr int kExitUnreachable = 3;
+constexpr int kExitNotPermitted = 4;
+constexpr int kExitFailed = 7;
+
+void ExpectOneLine(const Outcome& outcome, int status, const std::string& complaint) {
+  EXPECT_EQ(outcome.status, status);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_THAT(outcome.err, AllOf(HasSubstr(complaint), MatchesRegex("packetdb: [^\n]*\n")));
+}
+
+TEST(ExitCodeTest, RowsAreSuccess) {
+  const TemporaryDirectory journals;
+  Journal(journals.path(), "edge", {EventAt(0)});
+  const Daemon daemon(journals.path());
+  const Outcome outcome = RunCommand({"query", "edge", "-s", daemon.socket()});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, MatchesRegex("FIRST SEEN [^\n]*\n[^\n]*\n"));
+  EXPECT_EQ(outcome.err, "");
+}
+
+TEST(ExitCodeTest, NothingMatchedIsSuccessWithANote) {
+  const TemporaryDirectory journals;
+  Journal(journals.path(), "edge", {EventAt(0)});
+  const Daemon daemon(journals.path());
+  ExpectOneLine(RunCommand({"query", "edge", "-s", daemon.socket(), "--dst-port", "1"}), 0,
+                "nothing matched in 'edge'");
+  ExpectOneLine(RunCommand({"query", "nobody", "-s", daemon.socket()}), 0,
+                "nothing matched in 'nobody'");
+}
+
+struct BadCall {
+  const char* name;
+  Program::Arguments arguments;
+  const char* complaint;
+};
+
+void PrintTo(const BadCall& row, std::ostream* out) { *out << row.name; }
+
+class BadCallTest : public testing::TestWithParam<BadCall> {};
+
+TEST_P(BadCallTest, IsAUsageErrorInOneLine) {
+  ExpectOneLine(RunCommand(GetParam().arguments), kExitUsage, GetParam().complaint);
+}
+
+Program::Arguments Asking(const Program::Arguments& more) {
+  Program::Arguments all = {"query", "edge", "-s", "/nonexistent/bus"};
+  all.insert(all.end(), more.begin(), more.end());
+  return all;
+}
+
+Program::Arguments Importing(const Program::Arguments& more) {
+  Program::Arguments all = {"import", Sample("lan.pcap"), "-d", "/nonexistent/journals"};
+  all.insert(all.end(), more.begin(), more.end());
+  return all;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Arguments, BadCallTest,
+    testing::Values(
+        BadCall{"Nothing", {}, "query or import"},
+        BadCall{"UnknownCommand", {"remember"}, "remember"},
+        BadCall{"NoName", {"query", "-s", "/nonexistent/bus"}, "name"},
+        BadCall{"NoSocket", {"query", "edge"}, "--socket"},
+        BadCall{"Format", Asking({"-o", "xml"}), "'xml'"},
+        BadCall{"Time", Asking({"--since", "tea time"}), "'tea time'"},
+        BadCall{"EmptyTimeRange", Asking({"--since", "@20", "--until", "@10"}), "empty"},
+        BadCall{"Address", Asking({"--src", "10.0.0"}), "'10.0.0'"},
+        BadCall{"Network", Asking({"--dst", "10.0.0.1/8"}), "'10.0.0.1/8'"},
+        BadCall{"Port", Asking({"--dst-port", "65536"}), "'65536'"},
+        BadCall{"Protocol", Asking({"--protocol", "tpc"}), "'tpc'"},
+        BadCall{"Event", Asking({"--event", "2000"}), "'2000'"},
+        BadCall{"Flag", Asking({"--flags", "lost"}), "'lost'"},
+        BadCall{"Contradiction", Asking({"--flags", "in", "--not-flags", "in"}), "same flag"},
+        BadCall{"Limit", Asking({"--limit", "0"}), "'0'"},
+        BadCall{"LongName", {"query", std::string(32, 'x'), "-s", "/nonexistent/bus"}, "31 bytes"},
+        BadCall{"Capacity", Importing({"--capacity", "0"}), "--capacity"},
+        BadCall{"Interface", Importing({"--interface", "a b"}), "'a b'"},
+        BadCall{"InterfaceName", Importing({"--interface-name", "lan"}), "'lan'"},
+        BadCall{"Rule", Importing({"--rule", "x=perhaps"}), "'x=perhaps'"}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(ExitCodeTest, NoSocketIsUnreachable) {
+  ExpectOneLine(RunCommand(Asking({})), kExitUnreachable, "the path does not exist");
+}
+
+TEST(ExitCodeTest, SocketThatNobodyServesIsUnreachable) {
+  const TemporaryDirectory journals;
+  Daemon daemon(journals.path());
+  daemon.Stop(SIGKILL);
+  ExpectOneLine(RunCommand({"query", "edge", "-s", daemon.socket()}), kExitUnreachable,
+                "nobody listens");
+}
+
+TEST(ExitCodeTest, FileThatIsNoSocketIsUnreachable) {
+  const TemporaryDirectory place;
+  ExpectOneLine(RunCommand({"query", "edge", "-s", place.File("file", "")}), kExitUnreachable,
+                "not a stream socket");
+}
+
+TEST(ExitCodeTest, SocketOfOthersIsNotPermitted) {
+  const TemporaryDirectory journals;
+  const Daemon daemon(journals.path(), {"--socket-mode", "0000"});
+  ProgramOptions like_others;
+  like_others.obeys_modes = true;
+  ExpectOneLine(RunCommand({"query", "edge", "-s", daemon.socket()}, like_others),
+                kExitNotPermitted, "permission was denied");
+}
+
+TEST(ExitCodeTest, DaemonThatDoesNotAnswerIsGivenUp) {
+  const TemporaryDirectory journals;
+  Daemon daemon(journals.path());
+  daemon.program().Signal(SIGSTOP);
+  ExpectOneLine(RunCommand({"query", "edge", "-s", daemon.socket(), "--timeout", "1"}), kExitFailed,
+                "the peer took too long");
+}
+
+TEST(ExitCodeTest, CaptureThatIsMissingFails) {
+  const TemporaryDirectory journals;
+  ExpectOneLine(RunCommand({"import", "/nonexistent/file", "-d", journals.path()}), kExitFailed,
+                "/nonexistent/file");
+}
+
+TEST(ExitCodeTest, GroupNameThatIsNoneFails) {
+  const TemporaryDirectory journals;
+  ExpectOneLine(RunCommand({"import", Sample("lan.pcap"), "-d", journals.path(), "-g", "../up"}),
+                kExitFailed, "'../up'");
+}
+
+TEST(ExitCodeTest, OtherCapacityThanTheJournalsFails) {
+  const TemporaryDirectory journals;
+  Journal(journals.path(), "all", {EventAt(0)});
+  ExpectOneLine(
+      RunCommand({"import", Sample("lan.pcap"), "-d", journals.path(), "--capacity", "77"}),
+      kExitFailed, journals.Path("all.journal"));
+}
+
+TEST(ExitCodeTest, FullOutputFails) {
+  const TemporaryDirectory journals;
+  Journal(journals.path(), "edge", {EventAt(0)});
+  const Daemon daemon(journals.path());
+  const SocketDescriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
+  ProgramOptions options;
+  options.output = full.get();
+  ExpectOneLine(RunCommand({"query", "edge", "-s", daemon.socket()}, options), kExitFailed,
+                "No space left");
+}
+
+TEST(ExitCodeTest, ReaderThatGoesAwayEndsItQuietly) {
+  const TemporaryDirectory journals;
+  Journal(journals.path(), "edge", {EventAt(0)});
+  const Daemon daemon(journals.path());
+  std::array<int, 2> ends{};
+  ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+  const SocketDescriptor writing(ends[1]);
+  close(ends[0]);
+  ProgramOptions options;
+  options.output = writing.get();
+  const Outcome outcome = RunCommand({"query", "edge", "-s", daemon.socket()}, options);
+  EXPECT_TRUE(outcome.status == 0 || outcome.signal == SIGPIPE) << outcome.status;
+  EXPECT_EQ(outcome.err, "");
+}
+
+TEST(ExitCodeTest, VersionAndHelpGoToStandardOutput) {
+  for (const char* option : {"--version", "--help"}) {
+    const Outcome outcome = RunCommand({option});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_NE(outcome.out, "");
+    EXPECT_EQ(outcome.err, "");
+  }
+}
+
+TEST(ExitCodeTest, PathsMayHoldBlanks) {
+  const TemporaryDirectory place("a b");
+  UdpPacket packet;
+  packet.seconds = static_cast<std::uint32_t>(kEpoch);
+  const std::string capture = place.File("my capture.pcap", Capture({packet}));
+  const std::string directory = place.Path("my journals");
+  const Outcome import = RunCommand({"import", capture, "-d", directory, "--capacity", "10"});
+  ASSERT_EQ(import.status, 0) << import.err;
+  const Daemon daemon(directory);
+  EXPECT_THAT(daemon.socket(), HasSubstr(" "));
+  EXPECT_THAT(AskByCommand(daemon.socket(), {"capture"}), testing::SizeIs(1));
+}
+
+}  // namespace
+}  // namespace packetdb::host::test

@@ -1,0 +1,113 @@
+// Random combinations of criteria against a naive filter.
+#include <cstdlib>
+#include <gmock/gmock.h>
+#include <random>
+
+#include "tests/system/support/ask.h"
+#include "tests/system/support/daemon.h"
+#include "tests/system/support/naive_filter.h"
+#include "tests/system/support/records.h"
+
+namespace packetdb::host::test {
+namespace {
+
+constexpr std::size_t kEvents = 300;
+constexpr int kQueries = 300;
+
+// Another one in every run; PACKETDB_SEED repeats one.
+unsigned int Seed() {
+  const char* given = std::getenv("PACKETDB_SEED");
+  return given == nullptr ? std::random_device{}()
+                          : static_cast<unsigned int>(std::strtoul(given, nullptr, 10));
+}
+
+// Makes queries around events of the journal, so that most of them select something.
+class QueryMaker {
+ public:
+  QueryMaker(const std::vector<SeenEvent>& events, std::mt19937& random)
+      : events_(events), random_(random) {}
+
+  Query Make() {
+    Query query = QueryOf(OneIn(2) ? "edge" : Some().interface);
+    if (OneIn(2)) SetTimes(query);
+    if (OneIn(3)) SetSource(query);
+    if (OneIn(3)) SetDestination(query);
+    if (OneIn(3)) query.m_FlagsWanted = Some().event.m_Flags & Bits();
+    if (OneIn(3)) query.m_FlagsNotWanted = Some().event.m_Flags & Bits();
+    if (OneIn(3)) SetProtocols(query);
+    if (OneIn(3)) SetCodes(query);
+    if (OneIn(4)) query.m_RecCount = 1 + static_cast<std::uint32_t>(random_() % 20);
+    query.m_Direction = static_cast<std::uint8_t>(random_() % 3);
+    return query;
+  }
+
+ private:
+  bool OneIn(unsigned int n) { return random_() % n == 0; }
+  std::uint32_t Bits() { return static_cast<std::uint32_t>(random_()); }
+  const SeenEvent& Some() { return events_[random_() % events_.size()]; }
+
+  void SetTimes(Query& query) {
+    query.m_TimeStart = std::int64_t{Some().event.m_LastTime} + TIME_1980_OFFSET;
+    query.m_TimeEnd = query.m_TimeStart + static_cast<std::int64_t>(random_() % 600);
+  }
+  void SetSource(Query& query) {
+    const CDrvErrorItemV4& event = Some().event;
+    if (OneIn(3)) query.m_IdSrc = event.m_SrcId;
+    if (OneIn(2)) query.m_IpSrcFrom = event.m_SrcIp;
+    if (OneIn(2)) query.m_IpSrcTo = Some().event.m_SrcIp;
+    if (OneIn(3)) query.m_PortSrcFrom = event.m_SrcPort;
+    if (OneIn(3)) query.m_PortSrcTo = Some().event.m_SrcPort;
+  }
+  void SetDestination(Query& query) {
+    const CDrvErrorItemV4& event = Some().event;
+    if (OneIn(3)) query.m_IdDst = event.m_DstId;
+    if (OneIn(2)) query.m_IpDstFrom = event.m_DstIp;
+    if (OneIn(2)) query.m_IpDstTo = Some().event.m_DstIp;
+    if (OneIn(3)) query.m_PortDstFrom = event.m_DstPort;
+    if (OneIn(3)) query.m_PortDstTo = Some().event.m_DstPort;
+  }
+  void SetProtocols(Query& query) {
+    for (int i = 0; i < 3; ++i) {
+      query.m_Protocols.push_back(Some().event.m_Protocol);
+    }
+  }
+  void SetCodes(Query& query) {
+    for (int i = 0; i < 3; ++i) {
+      const int code = static_cast<int>(Some().event.m_ErrorCode);
+      query.m_Errcodes.push_back(OneIn(2) ? code : -static_cast<int>(random_() % 16));
+    }
+  }
+
+  const std::vector<SeenEvent>& events_;
+  std::mt19937& random_;
+};
+
+TEST(RandomQueryTest, AnswersAreTheNaiveFilters) {
+  const unsigned int seed = Seed();
+  RecordProperty("seed", std::to_string(seed));
+  SCOPED_TRACE("PACKETDB_SEED=" + std::to_string(seed));
+  std::mt19937 random(seed);
+  const std::vector<SeenEvent> events = VariedEvents(kEvents, random);
+  const TemporaryDirectory journals;
+  Journal(journals.path(), "edge", events);
+  const Daemon daemon(journals.path());
+  const auto connection = Connect(daemon.socket());
+  QueryMaker maker(events, random);
+  int answered = 0;
+  for (int i = 0; i < kQueries; ++i) {
+    SCOPED_TRACE("query " + std::to_string(i));
+    const Query query = maker.Make();
+    const Answer answer = Ask(*connection, query);
+    std::vector<std::string> rows;
+    for (const PacketDbClientItem& row : answer.rows) {
+      rows.push_back(Served(row.m_Item));
+    }
+    ASSERT_EQ(answer.status, rows.empty() ? -3 : 0);
+    ASSERT_THAT(rows, testing::ElementsAreArray(NaiveAnswer(query, "edge", events)));
+    answered += rows.empty() ? 0 : 1;
+  }
+  EXPECT_GT(answered, kQueries / 10) << "most queries should select something";
+}
+
+}  // namespace
+}  // namespace packetdb::host::test

@@ -1,0 +1,44 @@
+// A running packetdbd.
+#pragma once
+
+#include <string>
+
+#include "tests/system/support/program.h"
+#include "tests/system/support/temporary_directory.h"
+
+namespace packetdb::host::test {
+
+class Daemon {
+ public:
+  // Serves the journals of `directory` on a socket of its own, and returns when it listens. Fails
+  // the test when it ends instead. `options` must not make it silent.
+  explicit Daemon(const std::string& directory, const Program::Arguments& options = {});
+
+  const std::string& socket() const { return socket_; }
+  Program& program() { return program_; }
+
+  std::string Log() const { return program_.Err(); }
+  // How often the text is in the log so far.
+  std::size_t CountInLog(const std::string& text) const;
+  // Waits for it; false when it does not come.
+  bool LogSays(const std::string& text) const;
+
+  // The processes that serve connections.
+  std::vector<pid_t> Children() const { return ChildrenOf(program_.pid()); }
+  // Waits until nobody is served: a client's end reaches the daemon a moment after the client.
+  bool BecomesIdle() const;
+
+  // Stops it and waits for its end.
+  Outcome Stop(int signal);
+
+ private:
+  TemporaryDirectory place_;
+  std::string socket_;
+  Program program_;
+};
+
+// The arguments behind `packetdbd` that serve `directory` at `socket`, with what this build needs.
+Program::Arguments ServingArguments(const std::string& directory, const std::string& socket,
+                                    const Program::Arguments& options = {});
+
+}  // namespace packetdb::host::test
