@@ -13,13 +13,14 @@
 // the column is an integer, which the host carries in network byte order; other columns are bytes.
 // Values are set and read under the identifier without bit 31.
 //
-// Operations that return int return a negative value on failure and leave the reason in
-// LastError().
+// Operations that set, declare, write or read return a negative value on failure and leave the
+// reason in LastError().
 class CAbstractPacketOptions {
  public:
   // Writing, in this order: kind, columns, record count, marker flag, header, then per record its
   // values, and the marker last.
   virtual int SetKind(int kind) = 0;  // 1 a query, 0 an answer table
+  // Declares the next column; `size` in bytes.
   virtual int AddColumn(unsigned int id, unsigned int size) = 0;
   virtual int SetRecordCount(int count) = 0;  // -1: not announced
   virtual int SetMarkerFlag(int flag) = 0;    // 1: an end marker follows the records

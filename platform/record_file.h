@@ -54,7 +54,8 @@ class CDbFile {
   // The path of the last Init; empty before the first.
   std::string GetFilePath() const;
 
-  // Records that can be read now; 0 when closed.
+  // Records that can be read now; 0 when closed. A read-only opener reads the records that were
+  // there when it last asked, whatever a writer appends meanwhile.
   int RecordCount() const;
 
  private:

@@ -2,13 +2,15 @@
 //
 //   PACKETDB_LOG(log::kTrace) << "fname " << path << ", mode " << log::Hex(mode);
 //
-// A line that is not wanted costs one look at the facility's level and one branch; nothing behind
-// the macro is evaluated. Each source that logs names its folder in a constant kLogSource.
+// A line that is not wanted costs one look at the facility's level, through a pointer that is kept,
+// and one branch; nothing behind the macro is evaluated. Each source that logs names its folder in
+// a constant kLogSource.
 #pragma once
 
 #include <climits>
 #include <concepts>
 #include <cstdint>
+#include <exception>
 #include <string>
 
 #include "platform/log.h"
@@ -59,53 +61,68 @@ struct Hex {
 };
 
 // An open line; closed when it goes. The facility may refuse it, and then takes nothing more.
+//
+// Nothing here throws: what an operation of the library did must not depend on who listens, so a
+// piece of a line that cannot be had, for want of memory say, is left out.
 class Line {
  public:
   [[gnu::cold]] Line(int level, const char* signature, const char* function, const char* source,
-                     int line) {
+                     int line) noexcept {
     if (g_level == &kUnbound) {
       Bind();
     }
     if (g_props != nullptr && g_props->m_Open != nullptr) {
-      m_Line = g_props->m_Open(level, ClUnilogFname(signature, function).c_str(), source, line);
+      Attempt([&] {
+        m_Line = g_props->m_Open(level, ClUnilogFname(signature, function).c_str(), source, line);
+      });
     }
   }
   ~Line() {
     if (m_Line != nullptr) {
-      g_props->m_Close(m_Line);
+      Attempt([&] { g_props->m_Close(m_Line); });
     }
   }
   Line(const Line&) = delete;
   Line& operator=(const Line&) = delete;
 
-  Line& operator<<(const char* text) {
-    if (m_Line != nullptr) {
-      XetlLogHelper(g_props, m_Line) << text;
-    }
-    return *this;
+  Line& operator<<(const char* text) noexcept {
+    return Append([&] { XetlLogHelper(g_props, m_Line) << text; });
   }
-  Line& operator<<(const std::string& text) { return *this << text.c_str(); }
+  Line& operator<<(const std::string& text) noexcept { return *this << text.c_str(); }
 
   // Integers go to the operation of their own signedness, at their own width.
   template <std::signed_integral T>
-  Line& operator<<(T value) {
-    if (m_Line != nullptr) {
-      g_props->m_AppendInt(m_Line, value, static_cast<int>(sizeof value));
-    }
-    return *this;
+  Line& operator<<(T value) noexcept {
+    return Append([&] { g_props->m_AppendInt(m_Line, value, static_cast<int>(sizeof value)); });
   }
   template <std::unsigned_integral T>
-  Line& operator<<(T value) {
-    if (m_Line != nullptr) {
-      g_props->m_AppendUInt(m_Line, value, static_cast<int>(sizeof value));
-    }
-    return *this;
+  Line& operator<<(T value) noexcept {
+    return Append([&] { g_props->m_AppendUInt(m_Line, value, static_cast<int>(sizeof value)); });
   }
-  Line& operator<<(Hex hex) {
-    return m_Line != nullptr ? *this << XeltLogHexLongLong(hex.value, hex.width) : *this;
+  Line& operator<<(Hex hex) noexcept {
+    return Append([&] {
+      const std::string digits = XeltLogHexLongLong(hex.value, hex.width);
+      XetlLogHelper(g_props, m_Line) << digits.c_str();
+    });
   }
 
  private:
+  template <class Step>
+  static void Attempt(const Step& step) noexcept {
+    try {
+      step();
+    } catch (const std::exception&) {
+      return;  // the line lacks this piece
+    }
+  }
+  template <class Step>
+  Line& Append(const Step& step) noexcept {
+    if (m_Line != nullptr) {
+      Attempt(step);
+    }
+    return *this;
+  }
+
   void* m_Line = nullptr;
 };
 

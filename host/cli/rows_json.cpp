@@ -4,6 +4,7 @@
 #include "host/cli/rows.h"
 #include "host/cli/times.h"
 #include "host/cli/words.h"
+#include "host/sources/event.h"
 
 namespace packetdb::host {
 
@@ -31,7 +32,8 @@ Json ObjectOf(const CDrvErrorItemV4& event) {
   object["dst"] = AddressText(event.m_DstIp);
   object["dst_port"] = std::uint16_t{event.m_DstPort};
   object["dst_node"] = std::uint32_t{event.m_DstId};
-  if (event.m_Protocol == IPPROTO_ICMP) {
+  // A fragment that does not start its packet carries neither: 0 would read as an echo reply.
+  if (event.m_Protocol == IPPROTO_ICMP && (event.m_Flags & kFlagLaterFragment) == 0) {
     object["icmp_type"] = event.m_Word10 >> 8;
     object["icmp_code"] = event.m_Word10 & 0xFF;
   }

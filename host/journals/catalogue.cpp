@@ -15,7 +15,7 @@ namespace {
 constexpr std::string_view kFirstLine = "packetdb-group 1";
 constexpr std::string_view kWindow = "window ";
 constexpr std::string_view kInterface = "interface ";
-constexpr std::size_t kLargestFile = 4 * 1024 * 1024;  // about 100,000 interfaces
+constexpr std::size_t kLargestFile = std::size_t{4} << 20;  // about 100,000 interfaces
 
 bool ParseSeconds(std::string_view text, long* seconds) {
   const char* end = text.data() + text.size();
@@ -54,6 +54,12 @@ void Catalogue::Add(const std::string& interface) {
     throw JournalError(fmt::format("'{}' cannot be the name of an interface", interface));
   }
   const std::string line = fmt::format("{}{}\n", kInterface, interface);
+  if (whole_bytes_ + line.size() > kLargestFile) {
+    throw JournalError(
+        fmt::format("{}: no room for interface {}: a group has at most {} bytes of "
+                    "names",
+                    path_, interface, kLargestFile));
+  }
   WriteTail(path_, whole_bytes_, line);
   whole_bytes_ += line.size();
   interfaces_.insert(interface);

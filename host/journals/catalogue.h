@@ -21,11 +21,13 @@ class Catalogue {
   // Reads the catalogue at `path`. Throws JournalError with file and line.
   static Catalogue Load(const std::string& path);
 
-  // Loads the catalogue at `path` for adding interfaces, after creating it with `window` when it is
-  // missing. Only the holder of the journal's lock may do so.
+  // Loads the catalogue at `path`, after creating it with `window` when it is missing. Only the
+  // holder of the journal's lock may add interfaces to what it then loads.
   static Catalogue LoadOrCreate(const std::string& path, long window);
 
   // Adds an interface and waits until it is on disk; one that is known already costs nothing.
+  // Throws JournalError, also when the file would become larger than Load reads: an interface too
+  // many must not cost the journal.
   void Add(const std::string& interface);
 
   long window() const { return window_; }  // seconds

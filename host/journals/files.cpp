@@ -1,12 +1,14 @@
 #include "host/journals/files.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 #include "host/journals/error.h"
 
@@ -36,6 +38,20 @@ class Descriptor {
   int fd_;
 };
 
+// A name of this process's own for a file that is being made; no file has it before or after.
+class Temporary {
+ public:
+  explicit Temporary(std::string path) : path_(std::move(path)) { unlink(path_.c_str()); }
+  ~Temporary() { unlink(path_.c_str()); }
+  Temporary(const Temporary&) = delete;
+  Temporary& operator=(const Temporary&) = delete;
+
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
 void WriteAll(int fd, std::string_view text, std::size_t offset, const std::string& path) {
   while (!text.empty()) {
     const ssize_t written = pwrite(fd, text.data(), text.size(), static_cast<off_t>(offset));
@@ -51,7 +67,8 @@ void WriteAll(int fd, std::string_view text, std::size_t offset, const std::stri
 
 void SyncDirectoryOf(const std::string& path) {
   const std::filesystem::path parent = std::filesystem::path(path).parent_path();
-  const std::string name = parent.empty() ? "." : parent.string();
+  // The directory itself may be a symbolic link: what is behind it is opened.
+  const std::string name = (parent / ".").string();
   const Descriptor directory(name, O_RDONLY | O_DIRECTORY);
   if (directory.get() < 0 || fsync(directory.get()) != 0) {
     Fail("sync the directory", name, errno);
@@ -101,19 +118,19 @@ bool ReadSmallFile(const std::string& path, std::size_t limit, std::string* text
 }
 
 void CreateSmallFile(const std::string& path, std::string_view text) {
-  const std::string fresh = path + ".~new";
-  unlink(fresh.c_str());
+  const Temporary fresh(fmt::format("{}.~{}", path, getpid()));
   {
-    const Descriptor file(fresh, O_WRONLY | O_CREAT | O_EXCL);
+    const Descriptor file(fresh.path(), O_WRONLY | O_CREAT | O_EXCL);
     if (file.get() < 0) {
-      Fail("create", fresh, errno);
+      Fail("create", fresh.path(), errno);
     }
-    WriteAll(file.get(), text, 0, fresh);
+    WriteAll(file.get(), text, 0, fresh.path());
     if (fsync(file.get()) != 0) {
-      Fail("sync", fresh, errno);
+      Fail("sync", fresh.path(), errno);
     }
   }
-  if (rename(fresh.c_str(), path.c_str()) != 0) {
+  if (renameat2(AT_FDCWD, fresh.path().c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) != 0 &&
+      errno != EEXIST) {
     Fail("create", path, errno);
   }
   SyncDirectoryOf(path);

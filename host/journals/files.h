@@ -12,7 +12,8 @@ namespace packetdb::host {
 // `limit` bytes. False when nothing is there.
 bool ReadSmallFile(const std::string& path, std::size_t limit, std::string* text);
 
-// Puts a new file into place, on disk with its name before this returns.
+// Puts a new file into place, on disk with its name before this returns. What is there already,
+// even since a moment ago, stays as it is.
 void CreateSmallFile(const std::string& path, std::string_view text);
 
 // Writes `text` at `offset` and cuts off what was behind; on disk before this returns.

@@ -16,6 +16,7 @@ namespace packetdb::host {
 namespace {
 
 constexpr int kWriteAndCreate = 1 | 4;
+constexpr int kNoBound = -1;
 
 std::string CheckedPath(const GroupOptions& options) {
   if (!IsGroupName(options.group)) {
@@ -36,7 +37,7 @@ std::string CheckedPath(const GroupOptions& options) {
 int CapacityOf(const std::string& path, const GroupOptions& options) {
   RecordFileInfo info;
   if (!options.capacity && ProbeRecordFile(path, &info) == 0) {
-    return static_cast<int>(info.capacity);
+    return info.capacity == 0 ? kNoBound : static_cast<int>(info.capacity);
   }
   return options.capacity.value_or(kDefaultCapacity);
 }
@@ -73,7 +74,7 @@ GroupWriter::GroupWriter(const GroupOptions& options)
 GroupWriter::~GroupWriter() { storage_->Done(); }
 
 void GroupWriter::Add(const CDrvErrorItemV4& event, const std::string& interface) {
-  if (interface != last_interface_) {
+  if (interface.empty() || interface != last_interface_) {
     catalogue_.Add(interface);
     last_interface_ = interface;
     last_hash_ = adapter_name_hash(interface);

@@ -88,8 +88,8 @@ void OpenJournals::RegisterInterfaces(const Group& group) {
   for (const std::string& interface : group.interfaces) {
     if (registry_->GetActualStorage(interface)) {
       problems_.push_back(
-          fmt::format("interface {} of group {} cannot be asked for by its name: another group has "
-                      "that name or that interface too",
+          fmt::format("interface {} of group {} cannot be asked for by its name: a group has that "
+                      "name, or a group before has that interface too",
                       interface, group.name));
     } else {
       registry_->Register(interface, true, group.storage);

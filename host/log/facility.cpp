@@ -1,5 +1,6 @@
 // platform/log.h for our host: lines are put together in memory and handed over whole.
 #include <fmt/format.h>
+#include <memory>
 #include <string>
 
 #include "host/log/log.h"
@@ -32,8 +33,8 @@ void AppendUInt(void* line, unsigned long long value, int /*width*/) {
 }
 
 void Close(void* line) {
-  packetdb::host::WriteLog(AsLine(line).level, AsLine(line).text);
-  delete static_cast<OpenLine*>(line);
+  const std::unique_ptr<OpenLine> closed(static_cast<OpenLine*>(line));
+  packetdb::host::WriteLog(closed->level, closed->text);
 }
 
 constinit XeltLogProps g_props = {

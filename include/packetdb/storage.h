@@ -17,6 +17,8 @@
 #include <sys/types.h>
 
 #define PACKETDB_EXPORT __attribute__((visibility("default")))
+#define PACKETDB_INTERNAL \
+  __attribute__((visibility("hidden")))  // private steps of exported classes
 
 class CDbFile;
 
@@ -146,8 +148,8 @@ class PACKETDB_EXPORT IJournalStorage {
   virtual time_t getTimeDiff() const = 0;  // the merge window of Init, 0 before
   virtual int RecordCount() const = 0;
 
-  // Reads the record at a position (0 oldest) into `item`, which is filled in any case. Returns the
-  // status of the read, negative on failure.
+  // Reads the record at a position (0 oldest) into `item`. Returns the status of the read, negative
+  // on failure; the file storage fills `item` in any case, the null storage never does.
   virtual int FetchRecord(int position, PacketDbItem* item) const = 0;
 
   // Reads up to `count` packed records from `first` on into `buffer` (72 bytes each). Returns how
@@ -223,8 +225,10 @@ class PACKETDB_EXPORT DrvErrorItemsIndex {
   // memory is exhausted.
   CLinkedDrvErrorItem* NewItem(PacketDbItem* item) const;
   // Takes over a node whose event the index does not hold, and forgets the oldest when that is one
-  // too many.
+  // too many. The node may be gone afterwards: at once with capacity 0, or when there is no memory
+  // for its place in the index.
   void AddItem(CLinkedDrvErrorItem* node);
+  // Forgets the oldest event; nothing when there is none.
   void RemoveFirstItem();
   // Forgets, from the oldest on, the events whose first packet lies `interval` seconds back or
   // more, up to the first that does not.
@@ -256,7 +260,9 @@ class PACKETDB_EXPORT DbFileStorage : public IJournalStorage {
   int FetchRecord(int position, PacketDbItem* item) const override;
   int FetchRecords(int first, void* buffer, int count) const override;
   // Merges the event into the record of the same event, when that is still in the merge window and
-  // not newer, and appends it otherwise. Failures of the file are not reported.
+  // not newer, and appends it otherwise. An event that is older than the one it repeats makes the
+  // storage forget all repeats that it watches for. Failures of the file are not reported; without
+  // memory the event is dropped, with a line at level 1.
   int AddRecord(const CDrvErrorItemV4* event, std::size_t adapterNameHash,
                 const std::string& interfaceName) override;
   PacketDbItem* InvertEndian(PacketDbItemPacked* record) const override;
@@ -266,8 +272,8 @@ class PACKETDB_EXPORT DbFileStorage : public IJournalStorage {
   PacketDbItem* InvertEndian(PacketDbItem* item) const;
 
  private:
-  void MergeInto(CLinkedDrvErrorItem* node, const CDrvErrorItemV4& event);
-  void AppendNew(PacketDbItem* item);
+  PACKETDB_INTERNAL void MergeInto(CLinkedDrvErrorItem* node, const CDrvErrorItemV4& event);
+  PACKETDB_INTERNAL void AppendNew(PacketDbItem* item);
 
   DrvErrorItemsIndex m_Index;
   time_t m_TimeDiff;

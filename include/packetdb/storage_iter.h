@@ -38,11 +38,11 @@ class PACKETDB_EXPORT UnixDbFileStorageIter : public StorageIter {
   const PacketDbItem* next() override;
 
  private:
-  void FindStart();
-  bool AtEnd() const;
-  void Refill();
-  void DecodeNext();
-  void Advance();
+  PACKETDB_INTERNAL void FindStart();
+  PACKETDB_INTERNAL bool AtEnd() const;
+  PACKETDB_INTERNAL void Refill();
+  PACKETDB_INTERNAL void DecodeNext();
+  PACKETDB_INTERNAL void Advance();
 
   PacketDbItem m_item;                       // what next() returns
   std::unique_ptr<std::uint8_t[]> m_buffer;  // one batch of packed records
@@ -56,7 +56,8 @@ class PACKETDB_EXPORT UnixDbFileStorageIter : public StorageIter {
 };
 
 // Keeps only the newest records of another iterator. The whole range is still walked: the limit
-// bounds memory, not reading.
+// bounds memory, not reading. What the selection held before counts as its oldest records, which
+// are the first to be dropped.
 class PACKETDB_EXPORT LimitedStorageIter : public StorageIter {
  public:
   LimitedStorageIter(StorageIterPtr iter, unsigned int limit);
@@ -94,7 +95,8 @@ class PACKETDB_EXPORT EmptyIter : public StorageIter {
 
 // The iterator for the journal that `query` names. For a group it clears the query's interface
 // hash, so that records of every interface match. Throws XPacketDb, not fatal, for a name that is
-// not registered. The registry must outlive the iterator.
+// not registered. The registry and the query must outlive the
+// iterator.
 PACKETDB_EXPORT StorageIterPtr CreateStorageIter(const CPacketDbPtr& db, Query& query);
 
 }  // namespace packetdb

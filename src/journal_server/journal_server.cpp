@@ -9,6 +9,7 @@
 #include "src/clock_figures.h"
 #include "src/log.h"
 #include "src/query/wire.h"
+#include "src/wrapping.h"
 
 namespace packetdb {
 
@@ -25,30 +26,22 @@ struct Moment {
 Moment LogMoment(const char* what) {
   timeval now{};
   gettimeofday(&now, nullptr);
-  const ClockFigures clock = ToClockFigures(now.tv_sec);
+  const ClockFigures clock = ToClockFigures(static_cast<int>(now.tv_sec));
   const int microseconds = static_cast<int>(now.tv_usec);
   PACKETDB_LOG(log::kQuery) << what << clock.hours << ":" << clock.minutes << ":" << clock.seconds
                             << "." << microseconds;
   return {clock.seconds, microseconds};
 }
 
-int WrappingProduct(int a, int b) {
-  return static_cast<int>(static_cast<std::uint32_t>(a) * static_cast<std::uint32_t>(b));
-}
-
-int WrappingDifference(int a, int b) {
-  return static_cast<int>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
-}
-
-// Deliberately as it always was: seconds are taken within the minute, and a borrowed second
-// multiplies where it should carry. Readers of the log know these figures.
+// Deliberately no elapsed time: seconds are taken within the minute, and a borrowed second
+// multiplies where it should carry. The line's figures are part of the library's contract.
 void LogElapsed(const Moment& start, const Moment& end) {
   int seconds = end.seconds - start.seconds;
   int microseconds = end.microseconds - start.microseconds;
   if (end.microseconds < start.microseconds) {
     seconds = end.seconds - 1 - start.seconds;
     microseconds =
-        WrappingDifference(WrappingProduct(end.microseconds, 1000000), start.microseconds);
+        WrappingSubtract(WrappingMultiply(end.microseconds, 1000000), start.microseconds);
   }
   PACKETDB_LOG(log::kQuery) << "Select has performed in " << seconds << " sec " << microseconds;
 }

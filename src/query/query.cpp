@@ -1,7 +1,5 @@
 #include "packetdb/query.h"
 
-#include <cstring>
-
 namespace packetdb {
 
 const unsigned char version = 1;
@@ -29,11 +27,9 @@ Query::Query(unsigned char protocolVersion)
       m_PortDstTo(0),
       m_AdapterNameHash(0) {}
 
-PacketDbClientItem::PacketDbClientItem() { std::memset(static_cast<void*>(this), 0, sizeof *this); }
+PacketDbClientItem::PacketDbClientItem() : m_AdapterNameHash(0), m_Item{} {}
 
-PacketDbClientItem::PacketDbClientItem(const PacketDbItem& item) : PacketDbClientItem() {
-  m_AdapterNameHash = item.m_AdapterNameHash;
-  m_Item = item.m_Item;
-}
+PacketDbClientItem::PacketDbClientItem(const PacketDbItem& item)
+    : m_AdapterNameHash(item.m_AdapterNameHash), m_Item(item.m_Item) {}
 
 }  // namespace packetdb

@@ -1,12 +1,11 @@
 // The server's side: decoding a query message.
-#include <algorithm>
 #include <cstring>
-#include <string>
 #include <typeinfo>
 
 #include "packetdb/query.h"
 #include "platform/bus.h"
 #include "src/log.h"
+#include "src/query/interface_name.h"
 #include "src/query/wire.h"
 
 namespace packetdb {
@@ -14,10 +13,6 @@ namespace packetdb {
 namespace {
 
 constexpr char kLogSource[] = "src/query";
-
-std::string InterfaceName(const Query& query) {
-  return {query.m_Interface, strnlen(query.m_Interface, sizeof query.m_Interface)};
-}
 
 void ReadInterface(Query& query, const CAbstractPacketOptions& message) {
   unsigned int size = 0;
@@ -115,12 +110,6 @@ void LogAsServed(const Query& query) {
   }
 }
 
-template <class T>
-const char* TypeName() {
-  const char* name = typeid(T).name();
-  return name[0] == '*' ? name + 1 : name;
-}
-
 }  // namespace
 
 template <class T>
@@ -133,7 +122,7 @@ void get_array(const CAbstractPacketOptions* message, unsigned int id, std::vect
   }
   out.resize(count);
   std::memcpy(out.data(), bytes, count * sizeof(T));
-  PACKETDB_LOG(log::kQuery) << "received " << count << " elements of type " << TypeName<T>();
+  PACKETDB_LOG(log::kQuery) << "received " << count << " elements of type " << typeid(T).name();
 }
 
 template void get_array(const CAbstractPacketOptions*, unsigned int, std::vector<unsigned char>&);

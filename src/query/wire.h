@@ -1,4 +1,4 @@
-// The options of a query message, by number.
+// The numbers of the journal command: options of the query, answers, errors of the bus.
 #pragma once
 
 namespace packetdb {

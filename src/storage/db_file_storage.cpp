@@ -97,7 +97,8 @@ void DbFileStorage::AppendNew(PacketDbItem* item) {
   }
   const PacketDbItemPacked record = *Pack(InvertEndian(item));
   PACKETDB_LOG(log::kTrace) << "m_PacketSize: Original=" << item->m_Item.m_PacketSize;
-  node->m_RecordIndex = m_DbFile->AppendRecord(&record);  // unchecked: a merge into it is refused
+  node->m_RecordIndex = m_DbFile->AppendRecord(&record);  // a negative one names no record, and
+                                                          // the file refuses merges into it
   m_Index.AddItem(node.release());
 }
 

@@ -4,6 +4,7 @@
 
 #include "packetdb/storage.h"
 #include "src/log.h"
+#include "src/wrapping.h"
 
 namespace packetdb {
 
@@ -19,10 +20,6 @@ static_assert(offsetof(CDrvErrorItemV4, m_Count) == kIdentityBytes);
 // 3979434496 or more counts as long past.
 std::uint32_t FirstSeen(const CLinkedDrvErrorItem& node) {
   return node.m_Item.m_FirstTime + TIME_1980_OFFSET;
-}
-
-std::int64_t WrappingDifference(std::int64_t a, std::int64_t b) {
-  return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) - static_cast<std::uint64_t>(b));
 }
 
 }  // namespace
@@ -96,7 +93,7 @@ void DrvErrorItemsIndex::RemoveFirstItem() {
 void DrvErrorItemsIndex::RemoveExpiredItems(time_t interval) {
   const time_t now = time(nullptr);
   PACKETDB_LOG(log::kTrace) << "before cleanup: lru_items = " << m_Items.size();
-  const std::int64_t limit = WrappingDifference(now, interval);
+  const std::int64_t limit = WrappingSubtract(now, interval);
   // Only the old end is looked at: an expired event behind one that is still fresh waits for it.
   while (m_First != nullptr && FirstSeen(*m_First) <= limit) {
     PACKETDB_LOG(log::kTrace) << "old rec: " << FirstSeen(*m_First) << " < " << now << " - "

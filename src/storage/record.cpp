@@ -1,16 +1,11 @@
-#include <cstring>
-
 #include "packetdb/storage.h"
 
 namespace packetdb {
 
-PacketDbItem::PacketDbItem() { std::memset(static_cast<void*>(this), 0, sizeof *this); }
+PacketDbItem::PacketDbItem() : m_AdapterNameHash(0), m_Item{} {}
 
 PacketDbItem::PacketDbItem(const CDrvErrorItemV4* event, unsigned long adapterNameHash)
-    : PacketDbItem() {
-  m_AdapterNameHash = adapterNameHash;
-  m_Item = *event;
-}
+    : m_AdapterNameHash(adapterNameHash), m_Item(*event) {}
 
 const CDrvErrorItemV4* PacketDbItem::Next() const {
   const auto* start = reinterpret_cast<const unsigned char*>(&m_Item);

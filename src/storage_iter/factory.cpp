@@ -1,8 +1,8 @@
 #include <boost/make_shared.hpp>
-#include <cstring>
 
 #include "packetdb/storage_iter.h"
 #include "src/log.h"
+#include "src/query/interface_name.h"
 
 namespace packetdb {
 
@@ -25,7 +25,7 @@ StorageIterPtr DatabaseStorage::CreateStorageIter(const Query& query) {
 }
 
 StorageIterPtr CreateStorageIter(const CPacketDbPtr& db, Query& query) {
-  const std::string name(query.m_Interface, strnlen(query.m_Interface, sizeof query.m_Interface));
+  const std::string name = InterfaceName(query);
   PACKETDB_LOG(log::kQuery) << "Processing packet db request for " << name;
   const boost::shared_ptr<IJournalStorage> storage = db->GetActualStorage(name);
   if (!storage) {

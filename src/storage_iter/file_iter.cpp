@@ -1,5 +1,6 @@
 #include "packetdb/storage_iter.h"
 #include "src/log.h"
+#include "src/wrapping.h"
 
 namespace packetdb {
 
@@ -11,12 +12,6 @@ constexpr std::uint32_t kNotStarted = 0xFFFFFFFF;
 constexpr std::uint32_t kBatch = 100;
 constexpr std::size_t kRecordSize = sizeof(PacketDbItemPacked);
 
-// A query's bound, in seconds since 1980, moved by the merge window. Wraps like the machine does.
-std::int64_t JournalTime(std::int64_t unix_seconds, std::int64_t shift) {
-  return static_cast<std::int64_t>(static_cast<std::uint64_t>(unix_seconds) - TIME_1980_OFFSET +
-                                   static_cast<std::uint64_t>(shift));
-}
-
 }  // namespace
 
 UnixDbFileStorageIter::UnixDbFileStorageIter(const DbFileStorage& storage, const Query& query)
@@ -27,7 +22,8 @@ UnixDbFileStorageIter::UnixDbFileStorageIter(const DbFileStorage& storage, const
       m_count(0),
       m_fetched(-1),
       m_index_(0),
-      m_endBound(JournalTime(query.m_TimeEnd, storage.getTimeDiff())) {}
+      m_endBound(WrappingSubtract(WrappingAdd(query.m_TimeEnd, storage.getTimeDiff()),
+                                  TIME_1980_OFFSET)) {}
 
 UnixDbFileStorageIter::~UnixDbFileStorageIter() = default;
 
@@ -64,8 +60,8 @@ const PacketDbItem* UnixDbFileStorageIter::next() {
 // read is compared as whatever the storage made of it.
 void UnixDbFileStorageIter::FindStart() {
   m_count = static_cast<std::uint32_t>(m_storage->RecordCount());
-  const std::int64_t start =
-      JournalTime(m_query->m_TimeStart, -static_cast<std::int64_t>(m_storage->getTimeDiff()));
+  const std::int64_t start = WrappingSubtract(
+      WrappingSubtract(m_query->m_TimeStart, TIME_1980_OFFSET), m_storage->getTimeDiff());
   PACKETDB_LOG(log::kTrace) << "have records " << m_count;
   PacketDbItem probe;
   int left = 0;
@@ -74,7 +70,7 @@ void UnixDbFileStorageIter::FindStart() {
     const int middle = left + ((right - left) >> 1);
     m_storage->FetchRecord(middle, &probe);
     if (probe.m_Item.m_FirstTime < start) {
-      // "matches" says that the record lies before the range; people search for these words.
+      // "matches" deliberately stands for a record that lies before the range.
       PACKETDB_LOG(log::kTrace) << "record matches at " << middle << "'th position, left " << left
                                 << ", right " << right;
       left = middle + 1;
