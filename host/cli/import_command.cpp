@@ -9,6 +9,7 @@
 #include "host/cli/import_options.h"
 #include "host/cli/import_summary.h"
 #include "host/cli/report.h"
+#include "host/journals/error.h"
 #include "host/sources/capture_reader.h"
 #include "host/sources/merged_captures.h"
 #include "host/sources/time_keeper.h"
@@ -44,9 +45,31 @@ void JournalAll(MergedCaptures& captures, TimeKeeper& keeper, GroupWriter& write
   ReleaseImportClock();
 }
 
+// Who is to account for the packets: all that an import knows at its end, or at its failure.
+struct Import {
+  const ImportOptions& options;
+  GroupWriter& writer;
+  std::uint64_t appended_before;
+  MergedCaptures& captures;
+  TimeKeeper& keeper;
+};
+
+void Account(const Import& import) {
+  ImportSummary summary;
+  summary.group = import.options.group.group;
+  summary.captures = import.options.captures.size();
+  summary.counters = import.captures.counters();
+  summary.records_added = import.writer.RecordsAppended() - import.appended_before;
+  summary.records_kept = import.writer.RecordCount();
+  summary.window_seconds = import.writer.window_seconds();
+  summary.times_adjusted = import.keeper.adjusted();
+  PrintSummary(summary, stdout);
+}
+
 }  // namespace
 
 ExitCode RunImport(const ImportOptions& options) {
+  CheckGroupName(options.group.group);
   std::vector<CaptureReader> readers;
   if (!OpenCaptures(options, &readers)) {
     return kExitFailed;
@@ -55,23 +78,19 @@ ExitCode RunImport(const ImportOptions& options) {
   TimeKeeper keeper;
   keeper.RaiseFloor(writer.NewestTime());
   const std::uint64_t before = writer.RecordsAppended();
-
   MergedCaptures captures(std::move(readers));
-  JournalAll(captures, keeper, writer);
-
-  ImportSummary summary;
-  summary.group = options.group.group;
-  summary.captures = options.captures.size();
-  summary.counters = captures.counters();
-  summary.records_added = writer.RecordsAppended() - before;
-  summary.records_kept = writer.RecordCount();
-  summary.window_seconds = writer.window_seconds();
-  summary.times_adjusted = keeper.adjusted();
-  PrintSummary(summary, stdout);
+  const Import import{options, writer, before, captures, keeper};
+  try {
+    JournalAll(captures, keeper, writer);
+  } catch (const JournalError&) {
+    Account(import);  // what was journaled until then stays
+    throw;
+  }
+  Account(import);
   for (const CaptureFailure& failure : captures.failures()) {
     Complain(failure.text);
   }
-  return captures.failures().empty() ? kExitOk : kExitFailed;
+  return FlushOutput() && captures.failures().empty() ? kExitOk : kExitFailed;
 }
 
 }  // namespace packetdb::host

@@ -12,6 +12,8 @@ namespace packetdb::host {
 
 namespace {
 
+static_assert(kLongestName == kMaxInterfaceName, "a name that is read can be journaled");
+
 void CheckInterfaceName(const std::string& name) {
   if (!IsInterfaceName(name)) {
     throw UsageError(
@@ -55,6 +57,15 @@ RuleOutcome ParseOutcome(std::string_view outcome, const std::string& text) {
 }
 
 }  // namespace
+
+void CheckGroupName(const std::string& name) {
+  if (!IsGroupName(name)) {
+    throw UsageError(
+        fmt::format("'{}' cannot be the name of a group: 1 to {} letters, digits, '_', "
+                    "'-' or '.', not in front",
+                    name, kLongestName));
+  }
+}
 
 InterfaceNames ParseInterfaceNames(const std::string& default_name,
                                    const std::vector<std::string>& texts) {

@@ -9,7 +9,9 @@
 
 namespace packetdb::host {
 
-// Both throw UsageError.
+// All throw UsageError.
+
+void CheckGroupName(const std::string& name);
 
 // From "7=wan0" each.
 InterfaceNames ParseInterfaceNames(const std::string& default_name,

@@ -1,14 +1,17 @@
 // packetdb: the command that administrators use.
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <exception>
 #include <fmt/format.h>
 #include <string>
+#include <string_view>
 
 #include "host/cli/import_command.h"
 #include "host/cli/query_command.h"
 #include "host/cli/report.h"
 #include "host/cli/usage_error.h"
 #include "host/log/log.h"
+#include "host/log/standard_streams.h"
 
 namespace packetdb::host {
 namespace {
@@ -34,6 +37,17 @@ CLI::App* AddQuery(CLI::App& app, QueryOptions& options) {
       ->type_name("SECONDS")
       ->check(CLI::Range(1, 86400).description(""));
   return query;
+}
+
+// An option whose value is empty was meant to say something: "$HOST" of a script, say.
+void RefuseEmptyValues(const CLI::App& query, const Criteria& criteria) {
+  for (const CriterionOption& row : CriterionOptions()) {
+    const std::string_view names(row.names);
+    const std::string name(names.substr(names.find("--")));
+    if (query.get_option(name)->count() != 0 && (criteria.*row.text).empty()) {
+      throw UsageError(fmt::format("{} was given an empty value; leave it out, or say what", name));
+    }
+  }
 }
 
 CLI::App* AddImport(CLI::App& app, ImportOptions& options) {
@@ -64,11 +78,13 @@ CLI::App* AddImport(CLI::App& app, ImportOptions& options) {
   import
       ->add_option("--interface-name", options.interface_names,
                    "name of an interface that a capture tells by its index")
-      ->type_name("INDEX=NAME");
+      ->type_name("INDEX=NAME")
+      ->allow_extra_args(false);
   import
       ->add_option("--rule", options.rules,
                    "what a log prefix means: accept, drop, reject or log, and an event code")
-      ->type_name("PREFIX=VERDICT[:CODE]");
+      ->type_name("PREFIX=VERDICT[:CODE]")
+      ->allow_extra_args(false);
   return import;
 }
 
@@ -97,6 +113,7 @@ ExitCode Run(int argc, char** argv) {
   if (app.get_subcommands().empty()) {
     throw UsageError("no command given: give query or import; see packetdb --help");
   }
+  RefuseEmptyValues(*query, query_options.criteria);
   ConfigureLog({LogTarget::kStderr, log_level, "packetdb"});
   return query->parsed() ? RunQuery(query_options) : RunImport(import_options);
 }
@@ -106,6 +123,9 @@ ExitCode Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   using namespace packetdb::host;
+  OpenStandardStreams();
+  // However we were started: a reader that has seen enough ends us quietly.
+  std::signal(SIGPIPE, SIG_DFL);
   try {
     return Run(argc, argv);
   } catch (const UsageError& error) {

@@ -1,8 +1,6 @@
 #include "host/cli/query_command.h"
 
-#include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <ctime>
 #include <fmt/format.h>
 #include <memory>
@@ -10,6 +8,7 @@
 #include "host/bus/answer_code.h"
 #include "host/bus/client.h"
 #include "host/bus/message.h"
+#include "host/cli/explain.h"
 #include "host/cli/report.h"
 #include "host/cli/rows.h"
 #include "host/cli/usage_error.h"
@@ -52,18 +51,17 @@ Printer PrinterOf(const std::string& format) {
 
 ExitCode Print(const Rows& rows, Printer printer) {
   printer(rows, stdout);
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-    Complain(fmt::format("cannot write the answer: {}", std::strerror(errno)));
-    return kExitFailed;
-  }
-  return kExitOk;
+  return FlushOutput() ? kExitOk : kExitFailed;
 }
 
-ExitCode NothingMatched(const std::string& name) {
-  Complain(
-      fmt::format("nothing matched in '{}'; if no journal or interface has that name, or it "
-                  "could not be read, the daemon's log says so",
-                  name));
+// The library's answer does not tell an empty selection from a failure; the daemon can.
+ExitCode NothingCame(const std::string& name, Connection& connection) {
+  const std::string reason = ExplainLastQuery(connection);
+  if (!reason.empty()) {
+    Complain(fmt::format("the query failed: {}", reason));
+    return kExitFailed;
+  }
+  Complain(fmt::format("nothing matched in '{}'", name));
   return kExitOk;
 }
 
@@ -95,7 +93,7 @@ ExitCode RunQuery(const QueryOptions& options) {
   Rows rows;
   const int status = query.process(&message, &rows);
   if (status == kAnswerNothingOrFailed) {
-    return NothingMatched(options.criteria.name);
+    return NothingCame(options.criteria.name, *connection);
   }
   if (status != kAnswerOk && rows.empty()) {
     return AskingFailed(status, message, *connection);

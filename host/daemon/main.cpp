@@ -11,6 +11,7 @@
 #include "host/journals/open_journals.h"
 #include "host/log/escape.h"
 #include "host/log/log.h"
+#include "host/log/standard_streams.h"
 
 namespace packetdb::host {
 namespace {
@@ -39,14 +40,15 @@ int Run(int argc, char** argv) {
   ConfigureLog(options.log);
   // 3. Signals, before the first process that could end.
   Signals signals;
-  // 4. The journals, before anybody is told that we serve them.
-  ReportJournals(options.directory);
-  // 5. The socket last: whoever can connect is answered.
+  // 4. The socket; who connects from here on waits for an answer.
   BusFailure failure;
   const auto listener = Listener::Open({options.socket, options.socket_mode, {}}, &failure);
   if (listener == nullptr) {
     throw std::runtime_error(fmt::format("cannot listen at {}: {}", options.socket, failure.text));
   }
+  // 5. The journals. One that cannot be served is reported; a directory that cannot be read ends
+  // the start, and the socket goes with it.
+  ReportJournals(options.directory);
   WriteLog(2, fmt::format("listening at {}", options.socket));
   Server(options, *listener, signals).Run();
   return kExitOk;
@@ -62,6 +64,7 @@ void Complain(const char* what) {
 
 int main(int argc, char** argv) {
   using namespace packetdb::host;
+  OpenStandardStreams();
   try {
     return Run(argc, argv);
   } catch (const std::invalid_argument& error) {

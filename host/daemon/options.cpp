@@ -66,7 +66,9 @@ bool ParseOptions(int argc, char** argv, DaemonOptions* options) {
   CLI::App app("packetdbd: serves journals of packet-filter events");
   app.name("packetdbd");
   app.set_version_flag("--version", PACKETDB_VERSION);
-  app.footer("SIGTERM and SIGINT stop it; SIGUSR1 raises the log level by one, SIGUSR2 lowers it.");
+  app.footer(
+      "SIGTERM, SIGINT and SIGHUP stop it; SIGUSR1 raises the log level by one, SIGUSR2 lowers "
+      "it.");
   std::string socket_mode;
   std::string log_target;
   AddServing(app, *options);

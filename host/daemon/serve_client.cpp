@@ -1,16 +1,18 @@
 #include "host/daemon/serve_client.h"
 
+#include <boost/make_shared.hpp>
 #include <cerrno>
 #include <cstring>
 #include <exception>
 #include <fmt/format.h>
 #include <sys/resource.h>
 
+#include "host/bus/commands.h"
 #include "host/bus/dispatcher.h"
 #include "host/bus/serve.h"
-#include "host/journals/open_journals.h"
+#include "host/daemon/journal_command.h"
 #include "host/log/log.h"
-#include "packetdb/journal_server.h"
+#include "packetdb/query.h"
 
 namespace packetdb::host {
 
@@ -30,6 +32,12 @@ void LimitMemory(int mebibytes) {
   if (setrlimit(RLIMIT_DATA, &limit) != 0) {
     WriteLog(1, fmt::format("cannot limit memory to {} MiB: {}", mebibytes, std::strerror(errno)));
   }
+}
+
+void Register(Dispatcher& dispatcher, int command,
+              const boost::shared_ptr<UdbDispatcher::IUdbCallback>& handler) {
+  const UdbDispatcher::CommandCallbackT<int> entry(handler, command);
+  dispatcher.commands().push_back(entry);
 }
 
 void LogCommand(const std::string& peer, const CommandReport& report) {
@@ -54,12 +62,11 @@ void ServeClient(Connection& connection, const DaemonOptions& options) {
   const std::string peer = PeerText(connection);
   LimitMemory(options.max_memory_mib);
   try {
-    const OpenJournals journals(options.directory);
-    for (const std::string& problem : journals.problems()) {
-      WriteLog(1, problem);
-    }
+    const auto state = boost::make_shared<ConnectionState>();
     Dispatcher dispatcher;
-    UdbJournalServer::RegisterCallbacks(journals.registry(), dispatcher.commands());
+    Register(dispatcher, UDB_GET_DBQUERY,
+             boost::make_shared<JournalCommand>(options.directory, state));
+    Register(dispatcher, kCommandExplain, boost::make_shared<ExplainCommand>(state));
     const ServeResult result = ServeConnection(
         connection, dispatcher, [&](const CommandReport& report) { LogCommand(peer, report); });
     LogEnd(peer, result);

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <fmt/format.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
@@ -98,8 +99,10 @@ void Server::Fork(Connection& connection) {
 }
 
 void Server::BeChild(Connection& connection) {
+  // Gone with the parent, even when that is killed: nobody else would end us.
+  prctl(PR_SET_PDEATHSIG, SIGTERM);
   listener_.Abandon();
-  signals_.Release();
+  signals_.BeChild();
   ServeClient(connection, options_);
   _exit(0);  // the parent's objects are the parent's to clean up
 }

@@ -19,8 +19,9 @@ class Signals {
   int fd() const { return fd_; }
   // The next signal that waits; never blocks.
   std::optional<int> Next() const;
-  // Gives a child the signals back as they were before.
-  void Release() const;
+  // In a child: SIGTERM ends it again. The others are its parent's affair, also where they are sent
+  // to all processes of a terminal or a service at once.
+  void BeChild();
 
  private:
   sigset_t before_;

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "host/journals/error.h"
+#include "host/record_file/descriptor.h"
 
 namespace packetdb::host {
 
@@ -20,23 +21,10 @@ namespace {
   throw JournalError(fmt::format("cannot {} {}: {}", what, path, std::strerror(error)));
 }
 
-class Descriptor {
- public:
-  Descriptor(const std::string& path, int flags)
-      : fd_(open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK, 0640)) {}
-  ~Descriptor() {
-    if (fd_ >= 0) {
-      close(fd_);
-    }
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  int get() const { return fd_; }
-
- private:
-  int fd_;
-};
+Descriptor Open(const std::string& path, int flags) {
+  return Descriptor(
+      open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK, 0640));
+}
 
 // A name of this process's own for a file that is being made; no file has it before or after.
 class Temporary {
@@ -69,7 +57,7 @@ void SyncDirectoryOf(const std::string& path) {
   const std::filesystem::path parent = std::filesystem::path(path).parent_path();
   // The directory itself may be a symbolic link: what is behind it is opened.
   const std::string name = (parent / ".").string();
-  const Descriptor directory(name, O_RDONLY | O_DIRECTORY);
+  const Descriptor directory = Open(name, O_RDONLY | O_DIRECTORY);
   if (directory.get() < 0 || fsync(directory.get()) != 0) {
     Fail("sync the directory", name, errno);
   }
@@ -95,7 +83,7 @@ std::string ReadAll(int fd, std::size_t size, const std::string& path) {
 }  // namespace
 
 bool ReadSmallFile(const std::string& path, std::size_t limit, std::string* text) {
-  const Descriptor file(path, O_RDONLY);
+  const Descriptor file = Open(path, O_RDONLY);
   if (file.get() < 0) {
     if (errno == ENOENT) {
       return false;
@@ -120,7 +108,7 @@ bool ReadSmallFile(const std::string& path, std::size_t limit, std::string* text
 void CreateSmallFile(const std::string& path, std::string_view text) {
   const Temporary fresh(fmt::format("{}.~{}", path, getpid()));
   {
-    const Descriptor file(fresh.path(), O_WRONLY | O_CREAT | O_EXCL);
+    const Descriptor file = Open(fresh.path(), O_WRONLY | O_CREAT | O_EXCL);
     if (file.get() < 0) {
       Fail("create", fresh.path(), errno);
     }
@@ -137,7 +125,7 @@ void CreateSmallFile(const std::string& path, std::string_view text) {
 }
 
 void WriteTail(const std::string& path, std::size_t offset, std::string_view text) {
-  const Descriptor file(path, O_WRONLY);
+  const Descriptor file = Open(path, O_WRONLY);
   if (file.get() < 0) {
     Fail("open", path, errno);
   }

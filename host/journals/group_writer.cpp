@@ -42,6 +42,16 @@ int CapacityOf(const std::string& path, const GroupOptions& options) {
   return options.capacity.value_or(kDefaultCapacity);
 }
 
+// A catalogue that was made for a journal which then could not be made describes nothing, and would
+// hold the next attempt to its window.
+void RemoveOrphan(const std::string& catalogue, const std::string& journal) {
+  RecordFileInfo info;
+  if (ProbeRecordFile(journal, &info) == kMissing) {
+    std::error_code ignored;
+    std::filesystem::remove(catalogue, ignored);
+  }
+}
+
 Catalogue OpenCatalogue(const GroupOptions& options) {
   const std::string path = CataloguePath(options.directory, options.group);
   Catalogue catalogue =
@@ -64,6 +74,7 @@ GroupWriter::GroupWriter(const GroupOptions& options)
   const int capacity = CapacityOf(path_, options);
   const int status = storage_->Init(path_, capacity, kWriteAndCreate, catalogue_.window());
   if (status != 0) {
+    RemoveOrphan(CataloguePath(options.directory, options.group), path_);
     throw JournalError(
         fmt::format("cannot open journal {}: {}", path_, DescribeRecordFileResult(status)));
   }
@@ -93,7 +104,11 @@ std::uint32_t GroupWriter::NewestTime() const {
 
 std::uint64_t GroupWriter::RecordsAppended() const {
   RecordFileInfo info;
-  return ProbeRecordFile(path_, &info) == 0 ? info.next : 0;
+  if (const int status = ProbeRecordFile(path_, &info); status != 0) {
+    throw JournalError(
+        fmt::format("cannot examine journal {}: {}", path_, DescribeRecordFileResult(status)));
+  }
+  return info.next;
 }
 
 int GroupWriter::RecordCount() const { return storage_->RecordCount(); }

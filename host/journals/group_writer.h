@@ -37,7 +37,8 @@ class GroupWriter {
 
   // The first-seen time of the newest record, seconds since 1980; 0 for an empty journal.
   std::uint32_t NewestTime() const;
-  // How many records were ever appended, those that were overwritten since included.
+  // How many records were ever appended, those that were overwritten since included. Throws
+  // JournalError.
   std::uint64_t RecordsAppended() const;
   int RecordCount() const;
   long window_seconds() const { return catalogue_.window(); }

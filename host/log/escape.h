@@ -6,8 +6,9 @@
 
 namespace packetdb::host {
 
-// Control bytes as \xNN, backslashes doubled, so that the text can be told from what is escaped;
-// everything else as it is. Text beyond kLongestLogText bytes is cut, and says so.
+// Control characters and bytes that are no UTF-8 as \xNN, backslashes doubled, so that the text can
+// be told from what is escaped; everything else as it is. Text beyond kLongestLogText bytes is cut,
+// and says so.
 std::string EscapeForLog(std::string_view text);
 
 inline constexpr std::size_t kLongestLogText = 8192;

@@ -19,14 +19,15 @@ constexpr std::array<std::string_view, kSkipReasons> kSkipTexts = {
     "NFLOG record damaged",
     "NFLOG record of another family",
     "NFLOG record without packet bytes",
+    "time later than 2038-01-19",
 };
 static_assert(!kSkipTexts.back().empty());
-static_assert(static_cast<std::size_t>(SkipReason::kNflogNoPayload) + 1 == kSkipReasons);
+static_assert(static_cast<std::size_t>(SkipReason::kTooLate) + 1 == kSkipReasons);
 
 constexpr std::array<std::string_view, kRemarks> kRemarkTexts = {
     "ports not captured",
     "malformed pdb: prefix",
-    "time outside 1980 to 2116",
+    "time before 1980",
 };
 static_assert(!kRemarkTexts.back().empty());
 static_assert(static_cast<std::size_t>(Remark::kTimeClamped) + 1 == kRemarks);

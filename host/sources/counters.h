@@ -28,14 +28,15 @@ enum class SkipReason : std::size_t {
   kNflogDamaged,     // unknown version, or an attribute that lies about its length
   kNflogFamily,      // logged by a family that carries no IP packet
   kNflogNoPayload,   // nothing of the packet was copied
+  kTooLate,          // beyond kLatestTime
 };
-inline constexpr std::size_t kSkipReasons = 12;
+inline constexpr std::size_t kSkipReasons = 13;
 
 // What was amiss with a packet that gave an event.
 enum class Remark : std::size_t {
   kPortsNotCaptured,  // ports, or ICMP type and code, are not among the bytes at hand: 0
   kMalformedPrefix,   // a log prefix that starts like our own form and does not follow it
-  kTimeClamped,       // the packet's time does not fit a journal
+  kTimeClamped,       // the packet's time lies before what a journal can hold
 };
 inline constexpr std::size_t kRemarks = 3;
 

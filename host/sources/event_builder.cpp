@@ -1,7 +1,6 @@
 #include "host/sources/event_builder.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "host/sources/ipv4.h"
 
@@ -30,8 +29,7 @@ packetdb::CDrvErrorItemV4 ItemOf(const Ipv4Packet& ip) {
 
 std::uint32_t JournalTime(std::int64_t unix_seconds, CaptureCounters& counters) {
   constexpr std::int64_t kFirst = packetdb::TIME_1980_OFFSET;
-  constexpr std::int64_t kLast = kFirst + std::numeric_limits<std::uint32_t>::max();
-  const std::int64_t fitted = std::clamp(unix_seconds, kFirst, kLast);
+  const std::int64_t fitted = std::max(unix_seconds, kFirst);
   if (fitted != unix_seconds) counters.Note(Remark::kTimeClamped);
   return static_cast<std::uint32_t>(fitted - kFirst);
 }
@@ -48,6 +46,7 @@ std::optional<Event> BuildEvent(const LinkPacket& packet, const PacketTime& time
                                 const CaptureOptions& options, CaptureCounters& counters) {
   const std::optional<Ipv4Packet> ip = ParseIpv4(packet.network, counters);
   if (!ip) return std::nullopt;
+  if (time.seconds > kLatestTime) return counters.Skip(SkipReason::kTooLate);
   const RuleOutcome outcome = Classify(packet.prefix, options.rules, counters);
   Event event{.item = ItemOf(*ip),
               .interface = options.interfaces.Name(packet.interface_index),

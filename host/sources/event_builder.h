@@ -17,8 +17,13 @@ struct CaptureOptions {
   RuleTable rules;
 };
 
-// Unix seconds as a journal counts them, from 1980 on; a time before or behind its 32 bits becomes
-// the first or last there is, with a remark.
+// The latest time, in Unix seconds, that an event may have. The bus carries the times of a query in
+// 31 bits: what is later could not be asked for, and since times never go back in a journal, it
+// would take everything journaled after it along.
+inline constexpr std::int64_t kLatestTime = 0x7FFFFFFF;
+
+// Unix seconds, up to kLatestTime, as a journal counts them; a time before 1980 becomes 0, with a
+// remark.
 std::uint32_t JournalTime(std::int64_t unix_seconds, CaptureCounters& counters);
 
 // Counts one packet, which `parser` is to find in the frame, and the event or the reason for none.

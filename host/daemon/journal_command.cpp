@@ -1,0 +1,109 @@
+#include "host/daemon/journal_command.h"
+
+#include <cstring>
+#include <exception>
+#include <fmt/format.h>
+#include <utility>
+
+#include "host/bus/commands.h"
+#include "host/journals/open_journals.h"
+#include "host/log/log.h"
+#include "packetdb/journal_server.h"
+
+namespace packetdb::host {
+
+namespace {
+
+constexpr int kHandled = 0;
+constexpr int kFailed = -1;
+constexpr int kAnswerTable = 0;
+constexpr int kAnswerNothing = -3;
+
+// The name in a query; empty when there is none, which the library refuses.
+std::string NameAskedFor(const CAbstractPacketOptions& message) {
+  constexpr unsigned int kOptionName = 30;
+  unsigned int size = 0;
+  const void* bytes = message.GetRaw(kOptionName, &size);
+  if (bytes == nullptr) {
+    return {};
+  }
+  const auto* name = static_cast<const char*>(bytes);
+  return {name, strnlen(name, size)};
+}
+
+std::string WhyNotServed(const OpenJournals& journals, const std::string& name) {
+  if (journals.registry()->GetActualStorage(name)) {
+    return {};
+  }
+  std::string reason = fmt::format("no journal or interface is called '{}'", name);
+  if (!journals.problems().empty()) {
+    reason += fmt::format("; not served: {}", fmt::join(journals.problems(), "; "));
+  }
+  return reason;
+}
+
+bool SendText(CAbstractPacketOptions& message, const std::string& text) {
+  constexpr int kTable = 0;
+  constexpr int kNotAnnounced = -1;
+  constexpr int kMarkerFollows = 1;
+  message.SetKind(kTable);
+  message.SetRecordCount(kNotAnnounced);
+  message.SetMarkerFlag(kMarkerFollows);
+  return message.AddColumn(kColumnReason, static_cast<unsigned int>(text.size())) >= 0 &&
+         message.WriteHeader() >= 0 && message.SetValue(kColumnReason, text.data()) >= 0 &&
+         message.WriteRecord() >= 0 && message.WriteMarker() >= 0;
+}
+
+}  // namespace
+
+JournalCommand::JournalCommand(std::string directory,
+                               const boost::shared_ptr<ConnectionState>& state)
+    : directory_(std::move(directory)), state_(state) {}
+
+int JournalCommand::call(CAbstractPacketOptions* message) {
+  try {
+    return Serve(message);
+  } catch (const std::exception& error) {
+    WriteLog(1, error.what());
+    state_->failure = error.what();
+    return kFailed;
+  }
+}
+
+int JournalCommand::Serve(CAbstractPacketOptions* message) {
+  const OpenJournals journals(directory_);
+  for (const std::string& problem : journals.problems()) {
+    WriteLog(2, problem);
+  }
+  state_->failure = WhyNotServed(journals, NameAskedFor(*message));
+  UdbDispatcher::CommandCallbacksT<int> library;
+  UdbJournalServer::RegisterCallbacks(journals.registry(), library);
+  const int status = library.front().m_callback->call(message);
+  if (status < 0) {
+    state_->failure =
+        "the journal could not be read, or the answer was too large for the memory "
+        "that a query may use";
+  }
+  return status;
+}
+
+const char* JournalCommand::desc() const { return "answering journal queries"; }
+
+UdbDispatcher::IUdbCallback* JournalCommand::Clone() const {
+  return new JournalCommand(directory_, state_);
+}
+
+int ExplainCommand::call(CAbstractPacketOptions* message) {
+  constexpr std::size_t kLongestReason = 4096;
+  const std::string reason = state_->failure.substr(0, kLongestReason);
+  if (udbSendCommandAnswer(message, reason.empty() ? kAnswerNothing : kAnswerTable) < 0) {
+    return kFailed;
+  }
+  return reason.empty() || SendText(*message, reason) ? kHandled : kFailed;
+}
+
+const char* ExplainCommand::desc() const { return "explaining why the last query failed"; }
+
+UdbDispatcher::IUdbCallback* ExplainCommand::Clone() const { return new ExplainCommand(state_); }
+
+}  // namespace packetdb::host
