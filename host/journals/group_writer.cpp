@@ -42,15 +42,8 @@ int CapacityOf(const std::string& path, const GroupOptions& options) {
   return options.capacity.value_or(kDefaultCapacity);
 }
 
-// A catalogue that was made for a journal which then could not be made describes nothing, and would
-// hold the next attempt to its window.
-void RemoveOrphan(const std::string& catalogue, const std::string& journal) {
-  RecordFileInfo info;
-  if (ProbeRecordFile(journal, &info) == kMissing) {
-    std::error_code ignored;
-    std::filesystem::remove(catalogue, ignored);
-  }
-}
+// Whether another process may have begun to use what is at the path since we looked.
+bool MayBeUsed(int status) { return status == kInUse || status == kUnsettled; }
 
 Catalogue OpenCatalogue(const GroupOptions& options) {
   const std::string path = CataloguePath(options.directory, options.group);
@@ -69,12 +62,17 @@ Catalogue OpenCatalogue(const GroupOptions& options) {
 
 GroupWriter::GroupWriter(const GroupOptions& options)
     : path_(CheckedPath(options)),
+      known_before_(std::filesystem::exists(CataloguePath(options.directory, options.group))),
       catalogue_(OpenCatalogue(options)),
       storage_(boost::make_shared<DbFileStorage>()) {
   const int capacity = CapacityOf(path_, options);
   const int status = storage_->Init(path_, capacity, kWriteAndCreate, catalogue_.window());
   if (status != 0) {
-    RemoveOrphan(CataloguePath(options.directory, options.group), path_);
+    if (!known_before_ && !MayBeUsed(status)) {
+      // It describes nothing, and would hold the next attempt to its window.
+      std::error_code ignored;
+      std::filesystem::remove(CataloguePath(options.directory, options.group), ignored);
+    }
     throw JournalError(
         fmt::format("cannot open journal {}: {}", path_, DescribeRecordFileResult(status)));
   }

@@ -45,6 +45,7 @@ class GroupWriter {
 
  private:
   std::string path_;
+  bool known_before_;  // the group had a catalogue already
   Catalogue catalogue_;
   boost::shared_ptr<IJournalStorage> storage_;
   std::string last_interface_;

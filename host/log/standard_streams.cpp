@@ -13,9 +13,10 @@ void OpenStandardStreams() {
     if (fcntl(descriptor, F_GETFD) != -1 || errno != EBADF) {
       continue;
     }
-    // The lowest free number is this one: those below it are open by now. No O_CLOEXEC: these three
-    // are meant to be passed on.
-    if (open("/dev/null", O_RDWR) != descriptor) {  // NOLINT(android-cloexec-open): see above
+    // The lowest free number is this one: those below it are open by now. The copy is passed on to
+    // children, as these three are meant to be.
+    const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+    if (null != descriptor || fcntl(null, F_SETFD, 0) != 0) {
       std::abort();  // nowhere to report to, and going on could destroy a file
     }
   }

@@ -20,7 +20,7 @@ class PACKETDB_EXPORT UdbJournalServer : public UdbDispatcher::IUdbCallback {
   ~UdbJournalServer() override;
 
   // Appends the handler to the dispatcher's table; does nothing, with a notice in the log, when
-  // `db` is null.
+  // `db` is null. Throws std::bad_alloc with the table unchanged.
   static void RegisterCallbacks(const CPacketDbPtr& db,
                                 UdbDispatcher::CommandCallbacksT<int>& callbacks);
 

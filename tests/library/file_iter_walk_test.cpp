@@ -1,4 +1,5 @@
 // Walking from the start of a range to its end.
+#include <cstdint>
 #include <numeric>
 
 #include "tests/library/file_iter_fixture.h"
@@ -102,6 +103,31 @@ TEST_F(FileIterTest, WindowMovesTheEndOn) {
   const Strings traces = Traces(query);
   EXPECT_THAT(traces, ::testing::Contains("out of range at 2 position"));
   EXPECT_EQ(Selected(query), Strings{"100-100 x1"});
+}
+
+TEST_F(FileIterTest, LastTimeIsWidenedWithoutSign) {
+  journal_ = std::make_unique<Journal>();
+  journal_->Add(EventAt(10).Last(0x80000000));
+  journal_->Add(EventAt(11).Src(1));
+  EXPECT_EQ(Traces(Query1980(0, 100)).end()[-2], "out of range at 0 position");
+  EXPECT_EQ(Selected(Query1980(0, 0x80000000)).size(), 2u);
+}
+
+TEST_F(FileIterTest, EndBoundWraps) {
+  Query query = Query1980(0, 0);
+  query.m_TimeEnd = INT64_MAX;
+  JournalAt({10}, 60);
+  EXPECT_EQ(Selected(query), Strings{"10-10 x1"}) << "there and back";
+  journal_.reset();
+  JournalAt({10}, time_t{TIME_1980_OFFSET} + 1);
+  EXPECT_EQ(Traces(query).end()[-2], "out of range at 0 position");
+}
+
+TEST_F(FileIterTest, BoundsWrapWithTheWidestWindow) {
+  JournalAt({10, 20}, INT64_MIN);
+  const Strings traces = Traces(Query1980(30, 40));
+  EXPECT_THAT(traces, ::testing::Contains("break at 0"));
+  EXPECT_EQ(traces.end()[-2], "out of range at 0 position");
 }
 
 TEST_F(FileIterTest, EndBoundIsSigned) {

@@ -1,4 +1,6 @@
 // Adding events to a file storage: new records and merged repeats.
+#include <set>
+
 #include "tests/support/allocation.h"
 #include "tests/support/fixture.h"
 
@@ -7,6 +9,13 @@ namespace {
 
 class FileStorageAdd : public LibraryTest {
  protected:
+  // What the index allocates for the place of one more event.
+  static std::size_t PlaceSize() {
+    CLinkedDrvErrorItem node;
+    const std::set<CLinkedDrvErrorItem*, DrvErrorItemLess> places{&node};
+    return LastAllocationSize();
+  }
+
   Journal journal_{1000, 60};
 };
 
@@ -178,6 +187,40 @@ TEST_F(FileStorageAdd, ExhaustedMemoryIsLoggedTwice) {
   EXPECT_EQ(LinesOf(1, [&] { journal_.Add(EventAt(100)); }),
             (Strings{"Failed to allocate memory for CLinkedDrvErrorItem", "Failed to add record"}));
   ExpectLogged(1, "Failed to add record", [&] { journal_.Add(EventAt(100)); });
+}
+
+TEST_F(FileStorageAdd, EventWithoutAPlaceInTheIndexIsAppendedAndForgotten) {
+  const Event event = EventAt(100);
+  Clock().SetSince1980(100);
+  {
+    const FailAllocationsOf no_places(PlaceSize());
+    EXPECT_EQ(journal_.storage().AddRecord(&event, 0, ""), 0);
+  }
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(journal_.storage().AddRecord(&event, 0, ""), 0);
+  EXPECT_EQ(journal_.Rows(), (Strings{"100-100 x1", "100-100 x2"}));
+}
+
+TEST_F(FileStorageAdd, ExhaustedMemoryThatCannotBeLoggedThrowsNothing) {
+  const Event event = EventAt(100);
+  int status = 1;
+  Log().SetLevel(5);
+  {
+    const FailEveryAllocation no_memory;
+    EXPECT_NO_THROW(status = journal_.storage().AddRecord(&event, 0, ""));
+  }
+  EXPECT_EQ(status, 0);
+  EXPECT_TRUE(Log().Lines().empty());
+  EXPECT_EQ(journal_.Rows(), Strings{});
+}
+
+// The buffer of the last conversion shows what went through it.
+TEST_F(FileStorageAdd, EveryWrittenRecordPassesTheByteOrderHook) {
+  PacketDbItem other;
+  const PacketDbItem* converted = journal_.storage().InvertEndian(&other);
+  journal_.Add(EventAt(100).Size(30), 7);
+  EXPECT_EQ(Text(*converted), Text(Record(EventAt(100).Size(30), 7)));
+  journal_.Add(EventAt(120).Size(12), 7);
+  EXPECT_EQ(Text(*converted), Text(Record(EventAt(100).Last(120).Count(2).Size(42), 7)));
 }
 
 TEST_F(FileStorageAdd, LogsANewEvent) {

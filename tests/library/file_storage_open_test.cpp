@@ -75,6 +75,18 @@ TEST_F(FileStorageOpen, KeepsTheWindowEvenWhenTheFileFails) {
   EXPECT_EQ(storage_.getTimeDiff(), 86400);
 }
 
+TEST_F(FileStorageOpen, KeepsTheCapacityForRepeatsEvenWhenTheFileFails) {
+  Calls().Script("Init", {-13});
+  Open(1000, 5, 60);
+  Clock().SetSince1980(100);
+  const Event event = EventAt(100);
+  EXPECT_EQ(CallsOf([&] {
+              for (int i = 0; i < 2; ++i) storage_.AddRecord(&event, 0, "");
+            }),
+            (Strings{"time()", "AppendRecord()", "time()",
+                     "WriteRecord(" + std::to_string(kFileClosed) + ")"}));
+}
+
 TEST_F(FileStorageOpen, KeepsTheWindowOfTheLastInit) {
   Open(1000, 5, 60);
   Open(1000, 5, -5);

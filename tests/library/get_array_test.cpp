@@ -21,6 +21,21 @@ TEST_F(GetArray, EmptyArrayLeavesTheListAlone) {
   EXPECT_EQ(codes_.size(), 3u);
 }
 
+// Tells the size of an array that it does not have.
+class ArraylessMessage : public ScriptedMessage {
+ public:
+  const void* GetRaw(unsigned int /*id*/, unsigned int* size) const override {
+    *size = 8;
+    return nullptr;
+  }
+};
+
+TEST_F(GetArray, SizeAloneLeavesTheListAlone) {
+  const ArraylessMessage message;
+  EXPECT_EQ(LinesOf(5, [&] { get_array(&message, 15, codes_); }), Strings{});
+  EXPECT_THAT(codes_, ::testing::ElementsAre(1, 2, 3));
+}
+
 TEST_F(GetArray, LessThanOneElementLeavesTheListAlone) {
   message_.Carry(15, "abc");
   get_array(&message_, 15, codes_);

@@ -1,4 +1,6 @@
 // Forgetting by age.
+#include <cstdint>
+
 #include "tests/library/index_fixture.h"
 
 namespace packetdb::test {
@@ -76,6 +78,17 @@ TEST_F(IndexExpiry, NegativeIntervalLooksIntoTheFuture) {
   Add(Key(1).First(100));
   ExpireAt(90, -10);
   EXPECT_FALSE(Finds(Key(1)));
+}
+
+TEST_F(IndexExpiry, LimitWraps) {
+  Add(Key(1).First(100));
+  Clock().Set(315533000);
+  index_.RemoveExpiredItems(INT64_MIN);
+  index_.RemoveExpiredItems(INT64_MAX);
+  EXPECT_TRUE(Finds(Key(1)));
+  Clock().Set(-10);
+  index_.RemoveExpiredItems(INT64_MAX);
+  EXPECT_FALSE(Finds(Key(1))) << "the limit lies at the other end of time";
 }
 
 TEST_F(IndexExpiry, AsksForTheTimeOnceWhateverHappens) {

@@ -199,6 +199,16 @@ TEST_F(IndexTest, MembersStandInTheirOrder) {
   EXPECT_EQ(sizeof index_, capacity + 24);
 }
 
+TEST_F(IndexTest, NodeIsTheEventThenTheNextNodeThenTheRecord) {
+  const CLinkedDrvErrorItem node;
+  const auto offset = [&node](const void* member) {
+    return static_cast<const char*>(member) - reinterpret_cast<const char*>(&node);
+  };
+  EXPECT_EQ(offset(static_cast<const PacketDbItem*>(&node)), 0);
+  EXPECT_EQ(offset(&node.m_Next), 80);
+  EXPECT_EQ(offset(&node.m_RecordIndex), 88);
+}
+
 TEST_F(IndexTest, ExhaustedMemoryYieldsNoNode) {
   PacketDbItem item = Record(Key(1));
   const FailAllocationsOf no_nodes(sizeof(CLinkedDrvErrorItem));
@@ -211,6 +221,47 @@ TEST_F(IndexTest, ExhaustedMemoryIsLogged) {
     const FailAllocationsOf no_nodes(sizeof(CLinkedDrvErrorItem));
     index_.NewItem(&item);
   });
+}
+
+TEST_F(IndexTest, NodeWithoutMemoryForItsPlaceIsReleased) {
+  index_.Init(5);
+  Add(Key(1));
+  const auto before = AllocationsAlive();
+  PacketDbItem item = Record(Key(2));
+  CLinkedDrvErrorItem* node = index_.NewItem(&item);
+  {
+    const FailEveryAllocation no_memory;
+    index_.AddItem(node);
+  }
+  EXPECT_EQ(AllocationsAlive(), before);
+  EXPECT_TRUE(Finds(Key(1)));
+  EXPECT_FALSE(Finds(Key(2)));
+}
+
+TEST_F(IndexTest, GoesOnAfterANodeFoundNoMemoryForItsPlace) {
+  index_.Init(2);
+  PacketDbItem item = Record(Key(1));
+  CLinkedDrvErrorItem* node = index_.NewItem(&item);
+  {
+    const FailEveryAllocation no_memory;
+    index_.AddItem(node);
+  }
+  for (std::uint32_t key : {2u, 3u, 1u}) Add(Key(key));
+  EXPECT_FALSE(Finds(Key(2)));
+  EXPECT_TRUE(Finds(Key(3)));
+  EXPECT_TRUE(Finds(Key(1)));
+}
+
+TEST_F(IndexTest, ExhaustedMemoryThatCannotBeLoggedThrowsNothing) {
+  PacketDbItem item = Record(Key(1));
+  const CLinkedDrvErrorItem* node = nullptr;
+  Log().SetLevel(5);
+  {
+    const FailEveryAllocation no_memory;
+    EXPECT_NO_THROW(node = index_.NewItem(&item));
+  }
+  EXPECT_EQ(node, nullptr);
+  EXPECT_TRUE(Log().Lines().empty());
 }
 
 }  // namespace

@@ -32,6 +32,11 @@ TEST_F(JournalServer, RegistersOneCommand) {
   EXPECT_EQ(RegistryOf(*callbacks_[0].m_callback), db_.get());
 }
 
+TEST_F(JournalServer, RegistersACloneOfItsFirstServer) {
+  EXPECT_EQ(CallsOf([this] { UdbJournalServer::RegisterCallbacks(db_, callbacks_); }),
+            (Strings{"IUdbCallback()", "IUdbCallback()", "~IUdbCallback()"}));
+}
+
 TEST_F(JournalServer, RegistersBehindWhatIsThere) {
   UdbJournalServer::RegisterCallbacks(db_, callbacks_);
   callbacks_[0].m_command = 7;

@@ -112,6 +112,36 @@ TEST_F(QueryProcess, RowsBeforeAFailureStay) {
   EXPECT_EQ(AllTimes(rows_), (Strings{"0-0 x1", "0-0 x2"}));
 }
 
+TEST_F(QueryProcess, PositiveResultsAreNoFailure) {
+  Calls().Script("ReadHeader", {1});
+  Calls().Script("ReadRecord", {7, 1});
+  message_.FeedRows({RowWithCount(5)});
+  EXPECT_EQ(Process(), 0);
+  EXPECT_EQ(AllTimes(rows_), Strings{"0-0 x5"});
+}
+
+// Calls its marker by another number.
+class OddlyMarkedMessage : public ScriptedMessage {
+ public:
+  explicit OddlyMarkedMessage(int marker) : marker_(marker) {}
+  int IsMarker() const override { return ScriptedMessage::IsMarker() != 0 ? marker_ : 0; }
+
+ private:
+  int marker_;
+};
+
+TEST_F(QueryProcess, MarkerIsAnythingButZero) {
+  for (const int marker : {2, -1}) {
+    OddlyMarkedMessage message(marker);
+    message.FeedRows({RowWithCount(5)});
+    rows_.clear();
+    Calls().Reset();
+    Calls().Script("ReadRecord", {0, 0, -1});  // nothing behind the marker
+    EXPECT_EQ(query_.process(&message, &rows_), 0) << marker;
+    EXPECT_EQ(AllTimes(rows_), Strings{"0-0 x5"}) << marker;
+  }
+}
+
 TEST_F(QueryProcess, FailedRecordIsNotAskedForItsMarker) {
   Calls().Script("ReadRecord", {-1});
   EXPECT_EQ(ReadingCalls(), (Strings{"BeginRead()", "ReadHeader()", "ReadRecord()"}));

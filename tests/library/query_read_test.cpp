@@ -67,6 +67,24 @@ TEST_F(QueryRead, RefusesANameOfAnotherSize) {
   }
 }
 
+// Tells the size of a name that it does not have.
+class NamelessMessage : public ScriptedMessage {
+ public:
+  const void* GetRaw(unsigned int id, unsigned int* size) const override {
+    if (id != 30) return ScriptedMessage::GetRaw(id, size);
+    *size = 32;
+    return nullptr;
+  }
+};
+
+TEST_F(QueryRead, SizeAloneIsNoName) {
+  const NamelessMessage message;
+  query_.m_AdapterNameHash = 5;
+  EXPECT_EQ(LinesOf(2, [&] { query_.read(&message); }), Strings{"no interface name"});
+  EXPECT_EQ(query_.m_AdapterNameHash, 0u);
+  EXPECT_STREQ(query_.m_Interface, "");
+}
+
 TEST_F(QueryRead, EmptyNameIsAName) {
   message_.CarryName("");
   Read();

@@ -129,6 +129,15 @@ TEST_F(QueryWrite, PositiveResultsAreNoFailure) {
   EXPECT_EQ(Write(), 0);
 }
 
+TEST_F(QueryWrite, OperationsWithoutAConsequenceMayFail) {
+  const Strings undisturbed = Sent();
+  Calls().Script("SetKind", {-1});
+  Calls().Script("AddColumn", {-1, -1, -1});
+  Calls().Script("SetRecordCount", {-1});
+  Calls().Script("SetValue", {-1, -1, -1});
+  EXPECT_EQ(Sent(), undisturbed);
+}
+
 TEST_F(QueryWrite, FailedHeaderIsLogged) {
   const auto fail = [this] {
     Calls().Script("WriteHeader", {-1});
@@ -194,6 +203,14 @@ TEST_F(QueryWrite, ExchangeIsTimedAtLevelFour) {
   const Strings lines = LinesOf(4, [this] { Write(); });
   EXPECT_EQ(lines, (Strings{"Select start: {i4:472222}:{i4:27861111}:{i4:20}.{i8:123456}",
                             "Select end: {i4:472222}:{i4:27861112}:{i4:21}.{i8:7}"}));
+}
+
+TEST_F(QueryWrite, TimesBeyondThirtyOneBitsAreNotCut) {
+  Clock().QueueReadings({{2147483648, 1}, {4294967296, 2}});
+  Clock().Set(1);
+  const Strings lines = LinesOf(4, [this] { Write(); });
+  EXPECT_EQ(lines, (Strings{"Select start: {i4:596523}:{i4:35194871}:{i4:8}.{i8:1}",
+                            "Select end: {i4:1193046}:{i4:70389742}:{i4:16}.{i8:2}"}));
 }
 
 TEST_F(QueryWrite, EmptyExchangeIsTimedBehindItsNotice) {

@@ -130,6 +130,10 @@ TEST_F(SendRows, NumberOfRowsIsLogged) {
   ExpectLogged(4, marked, [this] { Send(); });
 }
 
+TEST_F(SendRows, TableWithoutItsMarkerLogsNoRows) {
+  EXPECT_EQ(LinesOf(4, [this] { FailureOf("WriteMarker"); }), Strings{});
+}
+
 TEST_F(SendRows, EmptyTableLogsNoRows) {
   selection_.clear();
   LinesOf(5, [this] { Send(); });

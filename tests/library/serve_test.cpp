@@ -118,6 +118,15 @@ TEST_F(Serve, FailureIsAnsweredBeforeItIsLogged) {
   EXPECT_EQ(Answers(), Strings{"udbSendCommandAnswer(-3)"});
 }
 
+TEST_F(Serve, FailureLineShowsTheErrorOfItsOwnAnswer) {
+  Ask("eth9");
+  message_.SetLastError(12);
+  message_.OnFailure(5);
+  Calls().Script("udbSendCommandAnswer", {-1});
+  LinesOf(1, [this] { Call(); });
+  EXPECT_EQ(Log().Texts(1), Strings{"UDB error (5):invalid interface name"});
+}
+
 TEST_F(Serve, AnswerThatCannotBeSentIsTriedOnceMoreAsAFailure) {
   journal_.Add(EventAt(1));
   Calls().Script("udbSendCommandAnswer", {-1});

@@ -8,11 +8,14 @@ namespace packetdb::test {
 namespace {
 
 std::size_t failing_size = 0;
+bool failing_every = false;
+std::size_t last_size = 0;
 std::size_t made = 0;
 std::ptrdiff_t alive = 0;
 
 void* Allocate(std::size_t size) noexcept {
-  if (failing_size != 0 && size == failing_size) return nullptr;
+  last_size = size;
+  if (failing_every || (failing_size != 0 && size == failing_size)) return nullptr;
   void* memory = std::malloc(size == 0 ? 1 : size);
   if (memory != nullptr) {
     ++made;
@@ -37,6 +40,11 @@ void Release(void* memory) noexcept {
 
 FailAllocationsOf::FailAllocationsOf(std::size_t size) { failing_size = size; }
 FailAllocationsOf::~FailAllocationsOf() { failing_size = 0; }
+
+FailEveryAllocation::FailEveryAllocation() { failing_every = true; }
+FailEveryAllocation::~FailEveryAllocation() { failing_every = false; }
+
+std::size_t LastAllocationSize() { return last_size; }
 
 std::size_t AllocationsMade() { return made; }
 std::ptrdiff_t AllocationsAlive() { return alive; }

@@ -14,6 +14,18 @@ class FailAllocationsOf {
   FailAllocationsOf& operator=(const FailAllocationsOf&) = delete;
 };
 
+// While one of these lives, every allocation fails.
+class FailEveryAllocation {
+ public:
+  FailEveryAllocation();
+  ~FailEveryAllocation();
+  FailEveryAllocation(const FailEveryAllocation&) = delete;
+  FailEveryAllocation& operator=(const FailEveryAllocation&) = delete;
+};
+
+// The size that was last asked for.
+std::size_t LastAllocationSize();
+
 // Allocations made by this process so far, and those of them that were not yet released.
 std::size_t AllocationsMade();
 std::ptrdiff_t AllocationsAlive();

@@ -37,12 +37,19 @@ void CallList::Script(const std::string& operation, std::initializer_list<int> r
 void CallList::FailCall(int number) {
   fallible_calls_ = 0;
   failing_call_ = number;
-  fault_fired_ = false;
+  failing_for_good_ = false;
+  failed_operation_.reset();
+}
+
+void CallList::FailCallsFrom(int number) {
+  FailCall(number);
+  failing_for_good_ = true;
 }
 
 std::optional<int> CallList::Planned(const std::string& operation) {
-  if (fallible_calls_++ == failing_call_) {
-    fault_fired_ = true;
+  const int call = fallible_calls_++;
+  if (call == failing_call_ || (failing_for_good_ && call > failing_call_)) {
+    if (!FaultFired()) failed_operation_ = operation;
     return -1;
   }
   auto& script = scripts_[operation];

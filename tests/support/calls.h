@@ -25,7 +25,13 @@ class CallList {
   void Script(const std::string& operation, std::initializer_list<int> results);
   // The fallible call with this number, counted from 0 and from now on, fails with -1.
   void FailCall(int number);
-  bool FaultFired() const { return fault_fired_; }
+  // The same for that call and every later one.
+  void FailCallsFrom(int number);
+  // No further call fails; what follows still knows of the fault.
+  void StopFailing() { failing_call_ = -1, failing_for_good_ = false; }
+  bool FaultFired() const { return failed_operation_.has_value(); }
+  // The operation that failed first, empty when none did.
+  std::string FailedOperation() const { return failed_operation_.value_or(""); }
 
   // For the platform: the planned result of the fallible call that is being made, if any.
   std::optional<int> Planned(const std::string& operation);
@@ -40,7 +46,8 @@ class CallList {
   std::map<std::string, std::deque<int>> scripts_;
   int fallible_calls_ = 0;
   int failing_call_ = -1;
-  bool fault_fired_ = false;
+  bool failing_for_good_ = false;
+  std::optional<std::string> failed_operation_;
 };
 
 CallList& Calls();

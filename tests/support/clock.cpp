@@ -42,8 +42,8 @@ timespec RealTime() {
 }  // namespace packetdb::test
 
 // The definitions in an executable go before those of libc, for shared libraries as well. libc's
-// own headers name the parameters with identifiers that are reserved to it, so the names differ
-// here. NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
+// own headers name the parameters with identifiers that are reserved to it.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): ours are called otherwise
 
 extern "C" time_t time(time_t* out) noexcept {
   auto& clock = packetdb::test::Clock();

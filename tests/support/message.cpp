@@ -173,7 +173,7 @@ int udbGetCommandAnswer(CAbstractPacketOptions* /*message*/) {
   return Calls().Planned("udbGetCommandAnswer").value_or(0);
 }
 
-int udbSendCommandAnswer(CAbstractPacketOptions* /*message*/, int answer) {
+int udbSendCommandAnswer(CAbstractPacketOptions* message, int answer) {
   Calls().Note("udbSendCommandAnswer(" + std::to_string(answer) + ")");
-  return Calls().Planned("udbSendCommandAnswer").value_or(0);
+  return static_cast<packetdb::test::ScriptedMessage*>(message)->Finish("udbSendCommandAnswer");
 }

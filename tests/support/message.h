@@ -35,7 +35,7 @@ class ScriptedMessage : public CAbstractPacketOptions {
   // The rows of the answer that BeginRead starts to deliver; the marker comes after them.
   void FeedRows(std::vector<MessageRow> rows) { rows_to_read_ = std::move(rows); }
 
-  // LastError() after an operation that was made to fail.
+  // LastError() after an operation that was made to fail, sending the answer code included.
   void OnFailure(int last_error) { last_error_on_failure_ = last_error; }
   void SetLastError(int last_error) { m_LastError = last_error; }
 
@@ -59,6 +59,8 @@ class ScriptedMessage : public CAbstractPacketOptions {
   int IsMarker() const override;
 
  private:
+  friend int ::udbSendCommandAnswer(CAbstractPacketOptions* message, int answer);
+
   int Finish(const std::string& operation);
   template <class T>
   T Get(const char* operation, unsigned int id, unsigned int* size) const;

@@ -8,6 +8,7 @@
 #include "tests/system/support/ask.h"
 #include "tests/system/support/daemon.h"
 #include "tests/system/support/eventually.h"
+#include "tests/system/support/raw_client.h"
 #include "tests/system/support/records.h"
 
 namespace packetdb::host::test {
@@ -40,9 +41,64 @@ TEST_P(StopTest, EndsWellAndRemovesTheSocket) {
   EXPECT_FALSE(std::filesystem::exists(daemon.socket()));
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, StopTest, testing::Values(SIGTERM, SIGINT), [](const auto& row) {
-  return row.param == SIGINT ? "Interrupt" : "Terminate";
-});
+INSTANTIATE_TEST_SUITE_P(Signals, StopTest, testing::Values(SIGTERM, SIGINT, SIGHUP),
+                         [](const auto& row) { return std::string(sigabbrev_np(row.param)); });
+
+TEST(DaemonLifeTest, InterruptOfTheWholeTerminalIsNoErrorOfAConnection) {
+  const TemporaryDirectory journals;
+  Daemon daemon(journals.path());
+  const auto connection = Connect(daemon.socket());
+  ASSERT_TRUE(Eventually([&] { return daemon.Children().size() == 1; }));
+  kill(-daemon.program().pid(), SIGINT);
+  EXPECT_EQ(daemon.program().Wait().status, 0);
+  EXPECT_EQ(daemon.CountInLog(" died: "), 0u) << daemon.Log();
+}
+
+TEST(DaemonLifeTest, LogLevelSignalsToTheWholeServiceLeaveConnectionsAlone) {
+  const TemporaryDirectory journals;
+  Journal(journals.path(), "edge", {EventAt(0)});
+  const Daemon daemon(journals.path());
+  const auto connection = Connect(daemon.socket());
+  ASSERT_THAT(Ask(*connection, QueryOf("edge")).rows, SizeIs(1));
+  for (const pid_t child : daemon.Children()) {
+    kill(child, SIGUSR1);
+    kill(child, SIGUSR2);
+  }
+  EXPECT_THAT(Ask(*connection, QueryOf("edge")).rows, SizeIs(1));
+}
+
+TEST(DaemonLifeTest, ConnectionsEndWithADaemonThatIsKilled) {
+  const TemporaryDirectory journals;
+  Daemon daemon(journals.path());
+  const RawClient client(daemon.socket());
+  ASSERT_TRUE(Eventually([&] { return daemon.Children().size() == 1; }));
+  daemon.program().Signal(SIGKILL);
+  client.AwaitClose();
+}
+
+TEST(DaemonLifeTest, ReaderOfTheLogThatIsGoneDoesNotEndTheDaemon) {
+  const TemporaryDirectory place;
+  Journal(place.path(), "edge", {EventAt(0)});
+  const std::string socket = place.Path("bus");
+  Program::Arguments shell = {"/bin/sh", "-c", "\"$0\" \"$@\" 2>&1 | true"};
+  for (const std::string& part : DaemonCommand(ServingArguments(place.path(), socket))) {
+    shell.push_back(part);
+  }
+  const Program daemon(shell);
+  ASSERT_TRUE(Eventually([&] { return std::filesystem::exists(socket); }));
+  for (int query = 0; query < 3; ++query) {
+    EXPECT_THAT(Ask(socket, QueryOf("edge")).rows, SizeIs(1));
+  }
+}
+
+TEST(DaemonLifeTest, MissingDirectoryEndsTheStartAndRemovesTheSocket) {
+  const TemporaryDirectory place;
+  const std::string socket = place.Path("bus");
+  const Outcome outcome = RunDaemon({"-d", place.Path("missing"), "-s", socket});
+  EXPECT_EQ(outcome.status, kExitFailed);
+  EXPECT_THAT(outcome.err, MatchesRegex("packetdbd: cannot read directory [^\n]*missing[^\n]*\n"));
+  EXPECT_FALSE(std::filesystem::exists(socket));
+}
 
 TEST(DaemonLifeTest, SecondDaemonOnTheSocketIsRefused) {
   const TemporaryDirectory journals;
@@ -124,8 +180,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadStart{"LogLevel", Nowhere({"--log-level", "6"}), kExitUsage, "--log-level"},
         BadStart{"MaxConnections", Nowhere({"--max-connections", "0"}), kExitUsage,
                  "--max-connections"},
-        BadStart{"IdleTimeout", Nowhere({"--idle-timeout", "soon"}), kExitUsage, "--idle-timeout"},
-        BadStart{"MissingDirectory", Nowhere({}), kExitFailed, "/nonexistent/journals"}),
+        BadStart{"IdleTimeout", Nowhere({"--idle-timeout", "soon"}), kExitUsage, "--idle-timeout"}),
     [](const auto& row) { return row.param.name; });
 
 TEST(DaemonLifeTest, SocketPathThatIsTooLongIsRefused) {

@@ -162,6 +162,7 @@ TEST_F(HostileClientTest, ClientThatTakesNoAnswerDelaysNobody) {
   const RawClient client(daemon_->socket());
   client.Send(RequestOf(QueryOf("edge")));
   ExpectHonestAnswer();
+  EXPECT_EQ(daemon_->Children().size(), 1u) << "the other was sent away before";
 }
 
 TEST_F(HostileClientTest, TwentyHostileClientsDelayNobody) {
@@ -174,6 +175,7 @@ TEST_F(HostileClientTest, TwentyHostileClientsDelayNobody) {
     clients.emplace_back(daemon_->socket()).Send(habits[i % habits.size()]);
   }
   ExpectHonestAnswer();
+  EXPECT_GE(daemon_->Children().size(), 15u) << "those that send no garbage were sent away before";
 }
 
 }  // namespace

@@ -6,10 +6,12 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include "host/journals/group_writer.h"
 #include "tests/system/support/ask.h"
 #include "tests/system/support/capture.h"
 #include "tests/system/support/daemon.h"
 #include "tests/system/support/eventually.h"
+#include "tests/system/support/raw_client.h"
 #include "tests/system/support/records.h"
 
 namespace packetdb::host::test {
@@ -47,20 +49,83 @@ class ImportTest : public testing::Test {
 void ExpectInUse(const Outcome& outcome, const TemporaryDirectory& journals) {
   EXPECT_EQ(outcome.status, kExitFailed);
   EXPECT_EQ(outcome.out, "");
-  EXPECT_EQ(outcome.err, "packetdb: cannot open journal " + journals.Path("all.journal") +
-                             ": the record file is in use by another opener\n");
+  EXPECT_EQ(outcome.err,
+            "packetdb: cannot open journal " + journals.Path("all.journal") +
+                ": the record file is in use by another process; try again when that is done\n");
 }
 
-TEST_F(ImportTest, IsRefusedWhileAClientIsConnectedAndSucceedsAfterwards) {
+TEST_F(ImportTest, IsNotKeptOutByAClientThatIsMerelyConnected) {
   ASSERT_EQ(Import(CaptureAt(0)).status, 0);
   const Daemon daemon(journals_.path());
-  auto connection = Connect(daemon.socket());
+  const auto connection = Connect(daemon.socket());
   ASSERT_THAT(Ask(*connection, QueryOf("all")).rows, SizeIs(1));
-  ExpectInUse(Import(CaptureAt(100)), journals_);
-  connection.reset();
-  ASSERT_TRUE(daemon.BecomesIdle());
   EXPECT_EQ(Import(CaptureAt(100)).status, 0);
-  EXPECT_THAT(Ask(daemon.socket(), QueryOf("all")).rows, SizeIs(2));
+  EXPECT_THAT(Ask(*connection, QueryOf("all")).rows, SizeIs(2));
+}
+
+TEST_F(ImportTest, IsRefusedWhileAnAnswerIsOnItsWayAndSucceedsAfterwards) {
+  constexpr std::uint32_t kMoreThanASocketTakes = 20000;
+  std::vector<SeenEvent> events;
+  for (std::uint32_t i = 0; i < kMoreThanASocketTakes; ++i) {
+    events.push_back(EventAt(i));
+  }
+  Journal(journals_.path(), "edge", events);
+  const Daemon daemon(journals_.path());
+  RawClient client(daemon.socket());
+  client.Send(RequestOf(QueryOf("edge")));
+  ASSERT_EQ(client.Receive(100).size(), 100u);
+  const Program::Arguments arguments = {"import",         CaptureAt(0), "-d",
+                                        journals_.path(), "-g",         "edge"};
+  EXPECT_THAT(RunCommand(arguments).err, HasSubstr("in use by another process"));
+  client.Vanish();
+  ASSERT_TRUE(daemon.BecomesIdle());
+  EXPECT_EQ(RunCommand(arguments).status, 0);
+}
+
+TEST_F(ImportTest, QueryOfAJournalThatIsBeingWrittenFailsAndSaysSo) {
+  const Daemon daemon(journals_.path());
+  const GroupWriter writer({journals_.path(), "edge", 100, {}});
+  const Outcome outcome = RunCommand({"query", "edge", "-s", daemon.socket()});
+  EXPECT_EQ(outcome.status, kExitFailed);
+  EXPECT_THAT(outcome.err, HasSubstr("in use by another process"));
+}
+
+TEST_F(ImportTest, OptionsInFrontOfCapturesDoNotSwallowThem) {
+  const Outcome outcome = RunCommand({"import", "-d", journals_.path(), "--interface-name",
+                                      "102=wan", "--rule", "x=drop", CaptureAt(0), CaptureAt(100)});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("2 captures"));
+}
+
+TEST_F(ImportTest, OutputThatCannotBeWrittenIsAFailure) {
+  Program::Arguments shell = {"/bin/sh", "-c", "exec \"$0\" \"$@\" >/dev/full"};
+  for (const std::string& part : Command({"import", CaptureAt(0), "-d", journals_.path()})) {
+    shell.push_back(part);
+  }
+  const Outcome outcome = Program(shell).Wait();
+  EXPECT_EQ(outcome.status, kExitFailed);
+  EXPECT_THAT(outcome.err, HasSubstr("cannot write the output"));
+}
+
+TEST_F(ImportTest, ComplaintsNeverLandInAJournalWhenTheStreamsAreClosed) {
+  const std::string cut = CaptureAt(0);
+  std::filesystem::resize_file(cut, std::filesystem::file_size(cut) - 1);
+  Program::Arguments shell = {"/bin/sh", "-c", "exec \"$0\" \"$@\" <&- >&- 2>&-"};
+  for (const std::string& part : Command({"import", cut, "-d", journals_.path()})) {
+    shell.push_back(part);
+  }
+  EXPECT_EQ(Program(shell).Wait().status, kExitFailed);
+  EXPECT_EQ(RunCommand({"import", CaptureAt(0), "-d", journals_.path()}).status, 0);
+}
+
+TEST_F(ImportTest, PacketOfAFarFutureTakesNoOtherPacketAlong) {
+  UdpPacket future = PacketAt(0);
+  future.seconds = 0xF0000000;
+  const std::string capture = journals_.File("f.pcap", Capture({future, PacketAt(5)}));
+  const Outcome outcome = Import(capture);
+  EXPECT_THAT(outcome.out, HasSubstr("1  time later than 2038-01-19"));
+  const Daemon daemon(journals_.path());
+  EXPECT_THAT(Ask(daemon.socket(), QueryOf("all")).rows, SizeIs(1));
 }
 
 TEST_F(ImportTest, SecondImportAtTheSameTimeIsRefused) {

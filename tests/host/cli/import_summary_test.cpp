@@ -96,7 +96,7 @@ TEST_F(SummaryOfAnImport, RemarksOnWhatIsJournaled) {
             "records\n"
             "journaled with a remark:\n"
             "           1  ports not captured\n"
-            "           1  time outside 1980 to 2116\n"
+            "           1  time before 1980\n"
             "          12  older than the newest event before: journaled at that event's time\n");
 }
 

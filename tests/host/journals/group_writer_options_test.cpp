@@ -73,9 +73,9 @@ TEST_F(GroupOpening, RefusesAnotherWindow) {
 
 TEST_F(GroupOpening, RefusesAnotherCapacity) {
   { const GroupWriter writer(Options(10, 5)); }
-  EXPECT_EQ(ErrorOf(Options(11, 5)),
-            "cannot open journal " + journal_ +
-                ": the record file keeps another number of records than was asked for");
+  EXPECT_EQ(ErrorOf(Options(11, 5)), "cannot open journal " + journal_ +
+                                         ": the record file was made for another number of "
+                                         "records; leave the number out to use it as it is");
   EXPECT_EQ(Capacity(), 10U);
 }
 
@@ -96,7 +96,8 @@ TEST_F(GroupOpening, TakesAJournalWithoutABoundAsItIs) {
 TEST_F(GroupOpening, RefusesASecondWriterAndLeavesTheFirstAlone) {
   GroupWriter first(Options(10, 5));
   EXPECT_EQ(ErrorOf(Options()),
-            "cannot open journal " + journal_ + ": the record file is in use by another opener");
+            "cannot open journal " + journal_ +
+                ": the record file is in use by another process; try again when that is done");
   first.Add(EventFrom(7, 100), "lan0");
   EXPECT_EQ(first.RecordCount(), 1);
   EXPECT_EQ(ReadText(catalogue_), "packetdb-group 1\nwindow 5\ninterface lan0\n");
@@ -151,6 +152,13 @@ TEST_F(GroupOpening, LeavesAFileThatIsNoJournalAsItIs) {
   WriteText(journal_, "precious");
   EXPECT_EQ(ErrorOf(Options()), "cannot open journal " + journal_ + ": it is not a record file");
   EXPECT_EQ(ReadText(journal_), "precious");
+}
+
+TEST_F(GroupOpening, LeavesNoCatalogueOfAJournalThatCouldNotBeMade) {
+  std::filesystem::create_directory(directory_);
+  std::filesystem::create_symlink(root_.Path("elsewhere"), journal_);
+  EXPECT_NE(ErrorOf(Options(10, 5)), "");
+  EXPECT_FALSE(std::filesystem::exists(catalogue_));
 }
 
 }  // namespace

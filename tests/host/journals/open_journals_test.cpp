@@ -84,8 +84,10 @@ TEST_F(JournalsOfADirectory, AreServedBesideOneThatIsBeingWritten) {
   const GroupWriter writer(Options("b"));
   const OpenJournals journals(directory_.Path());
   EXPECT_THAT(journals.groups(), ElementsAre("a"));
-  EXPECT_THAT(journals.problems(), ElementsAre("cannot open journal " + Journal("b") +
-                                               ": the record file is in use by another opener"));
+  EXPECT_THAT(
+      journals.problems(),
+      ElementsAre("cannot open journal " + Journal("b") +
+                  ": the record file is in use by another process; try again when that is done"));
 }
 
 TEST_F(JournalsOfADirectory, CanBeServedTwice) {

@@ -3,23 +3,14 @@
 #include <gtest/gtest.h>
 
 #include "tests/system/support/eventually.h"
-
-#if defined(__has_feature)
-#define PACKETDB_HAS_FEATURE(feature) __has_feature(feature)
-#else
-#define PACKETDB_HAS_FEATURE(feature) 0
-#endif
+#include "tests/system/support/sanitizer.h"
 
 namespace packetdb::host::test {
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || PACKETDB_HAS_FEATURE(address_sanitizer)
 // The sanitizer's own maps are far beyond any sensible limit.
-constexpr bool kLimitsMemory = false;
-#else
-constexpr bool kLimitsMemory = true;
-#endif
+constexpr bool kLimitsMemory = !PACKETDB_ADDRESS_SANITIZER;
 
 }  // namespace
 
