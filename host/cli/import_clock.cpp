@@ -25,7 +25,7 @@ std::time_t ImportClock() { return g_import_clock ? *g_import_clock : CalendarTi
 
 }  // namespace packetdb::host
 
-// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): libc's name is reserved to it
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): libc's name is reserved
 extern "C" std::time_t time(std::time_t* out) noexcept {
   const std::time_t now = packetdb::host::ImportClock();
   if (out != nullptr) {
