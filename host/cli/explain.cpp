@@ -1,7 +1,9 @@
 #include "host/cli/explain.h"
 
+#include "host/bus/columns.h"
 #include "host/bus/commands.h"
 #include "host/bus/message.h"
+#include "host/bus/table_header.h"
 
 namespace packetdb::host {
 
@@ -9,11 +11,9 @@ namespace {
 
 bool WriteRequest(Message& message) {
   constexpr unsigned int kColumnCommand = 0;
-  constexpr unsigned int kIntegerMark = 0x80000000;
-  constexpr int kRequest = 1;
   const int command = kCommandExplain;
-  message.SetKind(kRequest);
-  message.AddColumn(kIntegerMark | kColumnCommand, sizeof command);
+  message.SetKind(kKindRequest);
+  message.AddColumn(kIntegerBit | kColumnCommand, sizeof command);
   message.SetRecordCount(1);
   if (message.WriteHeader() < 0) {
     return false;

@@ -60,10 +60,7 @@ RuleOutcome ParseOutcome(std::string_view outcome, const std::string& text) {
 
 void CheckGroupName(const std::string& name) {
   if (!IsGroupName(name)) {
-    throw UsageError(
-        fmt::format("'{}' cannot be the name of a group: 1 to {} letters, digits, '_', "
-                    "'-' or '.', not in front",
-                    name, kLongestName));
+    throw UsageError(DescribeBadGroupName(name));
   }
 }
 

@@ -5,7 +5,9 @@
 #include <fmt/format.h>
 #include <utility>
 
+#include "host/bus/answer_code.h"
 #include "host/bus/commands.h"
+#include "host/bus/table_header.h"
 #include "host/journals/open_journals.h"
 #include "host/log/log.h"
 #include "packetdb/journal_server.h"
@@ -16,8 +18,6 @@ namespace {
 
 constexpr int kHandled = 0;
 constexpr int kFailed = -1;
-constexpr int kAnswerTable = 0;
-constexpr int kAnswerNothing = -3;
 
 // The name in a query; empty when there is none, which the library refuses.
 std::string NameAskedFor(const CAbstractPacketOptions& message) {
@@ -43,10 +43,9 @@ std::string WhyNotServed(const OpenJournals& journals, const std::string& name) 
 }
 
 bool SendText(CAbstractPacketOptions& message, const std::string& text) {
-  constexpr int kTable = 0;
   constexpr int kNotAnnounced = -1;
   constexpr int kMarkerFollows = 1;
-  message.SetKind(kTable);
+  message.SetKind(kKindAnswer);
   message.SetRecordCount(kNotAnnounced);
   message.SetMarkerFlag(kMarkerFollows);
   return message.AddColumn(kColumnReason, static_cast<unsigned int>(text.size())) >= 0 &&
@@ -96,7 +95,7 @@ UdbDispatcher::IUdbCallback* JournalCommand::Clone() const {
 int ExplainCommand::call(CAbstractPacketOptions* message) {
   constexpr std::size_t kLongestReason = 4096;
   const std::string reason = state_->failure.substr(0, kLongestReason);
-  if (udbSendCommandAnswer(message, reason.empty() ? kAnswerNothing : kAnswerTable) < 0) {
+  if (udbSendCommandAnswer(message, reason.empty() ? kAnswerNothingOrFailed : kAnswerOk) < 0) {
     return kFailed;
   }
   return reason.empty() || SendText(*message, reason) ? kHandled : kFailed;

@@ -20,10 +20,7 @@ constexpr int kNoBound = -1;
 
 std::string CheckedPath(const GroupOptions& options) {
   if (!IsGroupName(options.group)) {
-    throw JournalError(
-        fmt::format("'{}' cannot be the name of a group: 1 to {} letters, digits, "
-                    "'_', '-' or '.', not in front",
-                    options.group, kLongestName));
+    throw JournalError(DescribeBadGroupName(options.group));
   }
   std::error_code failed;
   std::filesystem::create_directories(options.directory, failed);

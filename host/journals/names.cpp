@@ -1,6 +1,7 @@
 #include "host/journals/names.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 
 namespace packetdb::host {
 
@@ -28,6 +29,12 @@ std::string PathInDirectory(const std::string& directory, std::string_view group
 bool IsGroupName(std::string_view name) {
   return HasNameLength(name) && name.front() != '.' &&
          std::all_of(name.begin(), name.end(), IsFileNameByte);
+}
+
+std::string DescribeBadGroupName(std::string_view name) {
+  return fmt::format(
+      "'{}' cannot be the name of a group: 1 to {} letters, digits, '_', '-' or '.', not in front",
+      name, kLongestName);
 }
 
 bool IsInterfaceName(std::string_view name) {

@@ -11,6 +11,8 @@ inline constexpr std::size_t kLongestName = 31;
 
 // A group's name becomes part of file names: letters, digits, '_', '-' and '.', not in front.
 bool IsGroupName(std::string_view name);
+// What to say of a name that is none: the name, and what one looks like.
+std::string DescribeBadGroupName(std::string_view name);
 
 // As the kernel has them (dev_valid_name in net/core/dev.c), but up to 31 bytes: no '/', no blanks,
 // no control bytes.
