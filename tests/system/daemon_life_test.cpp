@@ -44,25 +44,16 @@ TEST_P(StopTest, EndsWellAndRemovesTheSocket) {
 INSTANTIATE_TEST_SUITE_P(Signals, StopTest, testing::Values(SIGTERM, SIGINT, SIGHUP),
                          [](const auto& row) { return std::string(sigabbrev_np(row.param)); });
 
-TEST(DaemonLifeTest, InterruptOfTheWholeTerminalIsNoErrorOfAConnection) {
-  const TemporaryDirectory journals;
-  Daemon daemon(journals.path());
-  const auto connection = Connect(daemon.socket());
-  ASSERT_TRUE(Eventually([&] { return daemon.Children().size() == 1; }));
-  kill(-daemon.program().pid(), SIGINT);
-  EXPECT_EQ(daemon.program().Wait().status, 0);
-  EXPECT_EQ(daemon.CountInLog(" died: "), 0u) << daemon.Log();
-}
-
-TEST(DaemonLifeTest, LogLevelSignalsToTheWholeServiceLeaveConnectionsAlone) {
+TEST(DaemonLifeTest, SignalsToTheWholeTerminalOrServiceLeaveConnectionsAlone) {
   const TemporaryDirectory journals;
   Journal(journals.path(), "edge", {EventAt(0)});
   const Daemon daemon(journals.path());
   const auto connection = Connect(daemon.socket());
   ASSERT_THAT(Ask(*connection, QueryOf("edge")).rows, SizeIs(1));
   for (const pid_t child : daemon.Children()) {
-    kill(child, SIGUSR1);
-    kill(child, SIGUSR2);
+    for (const int signal : {SIGINT, SIGHUP, SIGUSR1, SIGUSR2}) {
+      kill(child, signal);
+    }
   }
   EXPECT_THAT(Ask(*connection, QueryOf("edge")).rows, SizeIs(1));
 }
