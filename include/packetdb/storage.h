@@ -170,6 +170,19 @@ class PACKETDB_EXPORT IJournalStorage {
   // m_CountCopy as m_Count.
   PacketDbItemPacked* Pack(PacketDbItem* item) const;
   PacketDbItem* Unpack(PacketDbItemPacked* record) const;
+
+  // A new file storage, to be opened with Init.
+  static boost::shared_ptr<IJournalStorage> QueryJournalStorage();
+
+  // What the record file says to opening `path` read-only with today's magic and a record size of
+  // 80, which is deliberately not that of our records: a sound journal gives -6. Converts nothing.
+  // -16 when memory is exhausted.
+  static int CheckIntegrity(const std::string& path, std::size_t maxRecords);
+
+  // Adds the records of this storage that were seen between `from` and `to` (Unix seconds) to the
+  // front of `selection`. The name goes into the query only and picks no storage. Returns false,
+  // with the selection untouched, for a name of 32 bytes or more. Throws what its iterator throws.
+  bool ReadPackets(time_t from, time_t to, const std::string& ifname, DbItemSelection& selection);
 };
 
 // The storage of a journal that is switched off: accepts everything, keeps nothing.
@@ -267,11 +280,22 @@ class PACKETDB_EXPORT DbFileStorage : public IJournalStorage {
                 const std::string& interfaceName) override;
   PacketDbItem* InvertEndian(PacketDbItemPacked* record) const override;
 
+  // Rebuild a journal of an earlier release at `path` as one of today's, copying it to
+  // `path` + ".~tmp" and then moving that into place. Init calls them; `mode` goes to the record
+  // file for the old journal, and with bit 2 for the new one. Both return -6 when the file is not
+  // of their format or the new one cannot be made, with the old file as it was. Otherwise it has
+  // been replaced, also when the copy ended early at a failure: format 3 then returns 0, format 4.1
+  // the result of the last record-file call, which for a complete copy of several records is
+  // positive. Throw boost::filesystem::filesystem_error when the files cannot be moved.
+  int TryConvertDbFromOldFormat3(const std::string& path, int maxRecords, int mode);
+  int TryConvertDbFromOldFormat41(const std::string& path, int maxRecords, int mode);
+
   // The one place where a build for a host of the other byte order would swap a record's fields;
   // here a copy in a static buffer, valid until the next call.
   PacketDbItem* InvertEndian(PacketDbItem* item) const;
 
  private:
+  PACKETDB_INTERNAL int ConvertOldFormat(const std::string& path, int maxRecords, int mode);
   PACKETDB_INTERNAL void MergeInto(CLinkedDrvErrorItem* node, const CDrvErrorItemV4& event);
   PACKETDB_INTERNAL void AppendNew(PacketDbItem* item);
 

@@ -1,17 +1,17 @@
 #include <memory>
 #include <unistd.h>
 
+#include "packetdb/journal_format.h"
 #include "packetdb/storage.h"
 #include "platform/record_file.h"
 #include "src/log.h"
+#include "src/storage/other_format.h"
 
 namespace packetdb {
 
 namespace {
 
 constexpr char kLogSource[] = "src/storage";
-constexpr char kMagic[] = "Zolrak-Packet-Database-4";
-constexpr unsigned long kRecordSize = sizeof(PacketDbItemPacked);
 
 }  // namespace
 
@@ -27,13 +27,26 @@ int DbFileStorage::Init(const std::string& path, int maxRecords, int mode, time_
                             << ", timediff = " << timeDiff;
   m_Index.Init(maxRecords);
   const auto capacity = static_cast<unsigned long>(maxRecords);  // a negative one becomes huge
-  const int status = m_DbFile->Init(path, kMagic, kRecordSize, capacity, mode);
-  if (status < 0) {
-    return status;
+  for (;;) {
+    const int status = m_DbFile->Init(path, kJournalMagic, kJournalRecordSize, capacity, mode);
+    if (status >= 0) {
+      PACKETDB_LOG(log::kTrace) << "Packet DB V4 initialized (records=" << RecordCount()
+                                << ") for pid " << getpid();
+      return 0;
+    }
+    if (status != kOtherFormat) {
+      return status;
+    }
+    if (const int converted = ConvertOldFormat(path, maxRecords, mode); converted != 0) {
+      return converted;
+    }
   }
-  PACKETDB_LOG(log::kTrace) << "Packet DB V4 initialized (records=" << RecordCount() << ") for pid "
-                            << getpid();
-  return 0;
+}
+
+// 0 when the file has been rebuilt and can be opened again.
+int DbFileStorage::ConvertOldFormat(const std::string& path, int maxRecords, int mode) {
+  const int status = TryConvertDbFromOldFormat3(path, maxRecords, mode);
+  return status == kOtherFormat ? TryConvertDbFromOldFormat41(path, maxRecords, mode) : status;
 }
 
 void DbFileStorage::Done() {

@@ -5,7 +5,8 @@ A name belongs to the runtime, not to us or to a platform, when
 - it is one of the weak hooks that every link brings (_ITM_..., __gmon_start__);
 - it is a name of a sanitizer or of coverage counting, by its prefix;
 - the library needs a sanitizer's library, and that defines the name: it takes over functions such
-  as memcpy and operator new, which then carry no version.
+  as memcpy and operator new, which then carry no version;
+- the library needs a library of Boost's, and that defines the name.
 """
 
 import re
@@ -16,7 +17,7 @@ import tree
 _RUNTIME_VERSION = re.compile(r"(?:GLIBC|GLIBCXX|CXXABI|GCC)_")
 _WEAK_HOOK = re.compile(r"_ITM_\w+|__gmon_start__")
 _INSTRUMENTED = re.compile(r"__(?:odr_)?(?:asan|lsan|msan|tsan|ubsan|sanitizer|sancov|gcov|llvm)_")
-_SANITIZER_LIBRARY = re.compile(r"\[(lib(?:a|hwa|l|t|ub)san\.so[\w.]*)\]")
+_FOREIGN_LIBRARY = re.compile(r"\[(lib(?:(?:a|hwa|l|t|ub)san|boost_\w+)\.so[\w.]*)\]")
 _TABLE = re.compile(r"(?:vtable|VTT|typeinfo|typeinfo name) for (.+)")
 
 
@@ -42,9 +43,9 @@ def demangle(names):
     return set(filter(None, filtered.stdout.split("\n")))
 
 
-def taken_over(library):
-    """The names that the sanitizer libraries define which `library` needs, mangled."""
-    needed = set(_SANITIZER_LIBRARY.findall(_output("readelf", "-d", str(library))))
+def of_others(library):
+    """The names in those libraries of sanitizers and Boost that `library` needs, mangled."""
+    needed = set(_FOREIGN_LIBRARY.findall(_output("readelf", "-d", str(library))))
     names = set()
     for line in _output("ldd", str(library)).splitlines() if needed else ():
         soname, _, rest = line.strip().partition(" => ")
@@ -60,12 +61,12 @@ def own_exports(listing):
             if kind not in "AUwv" and not _INSTRUMENTED.match(name)}
 
 
-def own_needs(listing, of_sanitizers=frozenset()):
+def own_needs(listing, foreign=frozenset()):
     """The names that a library needs from someone who is not the runtime, mangled."""
     return {name for kind, name, version in parse(listing)
             if kind in "Uwv" and not _RUNTIME_VERSION.match(version)
             and not (kind in "wv" and _WEAK_HOOK.fullmatch(name))
-            and not _INSTRUMENTED.match(name) and name not in of_sanitizers}
+            and not _INSTRUMENTED.match(name) and name not in foreign}
 
 
 def without_tables(names):
@@ -84,4 +85,4 @@ def exports(library):
 
 def needs(library):
     listing = _output("nm", "-D", "--undefined-only", str(library))
-    return without_tables(demangle(own_needs(listing, taken_over(library))))
+    return without_tables(demangle(own_needs(listing, of_others(library))))

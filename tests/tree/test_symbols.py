@@ -43,7 +43,7 @@ class Listings(canary.TreeTest):
                          {"packetdb::A::f()", "packetdb::A::A()", "vtable for packetdb::A"})
 
     def test_needs_are_not_the_runtimes(self):
-        needed = symbols.own_needs(UNDEFINED, of_sanitizers={"memcpy"})
+        needed = symbols.own_needs(UNDEFINED, foreign={"memcpy"})
         self.assertEqual(needed, {"_ZN7CDbFile4DoneEv", "_ZTI7CDbFile", "_ZTI5Other",
                                   "curl_easy_init", "inflate"})
 

@@ -1,0 +1,37 @@
+#include "host/journals/journal_format.h"
+
+#include "packetdb/journal_format.h"
+
+namespace packetdb::host {
+
+JournalFormat FormatOf(const RecordFileInfo& file) {
+  if (file.magic == kFormat3Magic && file.record_size == kFormat3RecordSize) {
+    return JournalFormat::k3;
+  }
+  if (file.magic != kJournalMagic) {
+    return JournalFormat::kOther;
+  }
+  switch (file.record_size) {
+    case kFormat41RecordSize:
+      return JournalFormat::k41;
+    case kJournalRecordSize:
+      return JournalFormat::k4;
+    default:
+      return JournalFormat::kOther;
+  }
+}
+
+std::string_view FormatName(JournalFormat format) {
+  switch (format) {
+    case JournalFormat::k3:
+      return "3";
+    case JournalFormat::k41:
+      return "4.1";
+    case JournalFormat::k4:
+      return "4";
+    default:
+      return "none";
+  }
+}
+
+}  // namespace packetdb::host
