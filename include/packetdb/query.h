@@ -83,7 +83,7 @@ class PACKETDB_EXPORT Query {
 
   // Client side: writes the query into `message`, sends it and waits for the status. Returns 0, -3
   // (nothing matched, or the server failed), UDB_QUERY_FAILED when the message cannot be written,
-  // or the bus status.
+  // or the bus status. Throws std::bad_alloc, before anything is sent.
   int write(CAbstractPacketOptions* message);
 
   // write(), then appends the answer's rows to `rows`. Returns what write() returned when that is

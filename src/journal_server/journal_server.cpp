@@ -103,10 +103,6 @@ void UdbJournalServer::SelectRecords(Query& query, DbItemSelection& selection) c
   if (!iter) {
     return;
   }
-  if (!log::Wanted(log::kQuery)) {
-    iter->SelectRecords(selection);
-    return;
-  }
   const Moment start = LogMoment("start: ");
   iter->SelectRecords(selection);
   LogElapsed(start, LogMoment("end: "));

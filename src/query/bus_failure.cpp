@@ -14,12 +14,10 @@ constexpr char kLogSource[] = "src/query";
 
 int BusFailure(const CAbstractPacketOptions& message, int plain_code, const char* plain,
                const char* with_code) {
-  if (log::Wanted(log::kFailure)) {
-    if (message.LastError() == plain_code) {
-      PACKETDB_LOG(log::kFailure) << plain;
-    } else {
-      PACKETDB_LOG(log::kFailure) << with_code << message.LastError();
-    }
+  if (message.LastError() == plain_code) {
+    PACKETDB_LOG(log::kFailure) << plain;
+  } else {
+    PACKETDB_LOG(log::kFailure) << with_code << message.LastError();
   }
   return UDB_QUERY_FAILED;
 }

@@ -119,8 +119,7 @@ void LogTime(const char* what, const timeval& moment) {
 }
 
 int AwaitStatus(CAbstractPacketOptions* message) {
-  const bool timed = log::Wanted(log::kQuery);
-  const timeval start = timed ? TimeOfDay() : timeval{};
+  const timeval start = TimeOfDay();
   const int status = udbGetCommandAnswer(message);
   if (status == kAnswerNothing) {
     PACKETDB_LOG(log::kEmptyResult) << "UDB_GET_DBQUERY empty result";
@@ -128,10 +127,8 @@ int AwaitStatus(CAbstractPacketOptions* message) {
     PACKETDB_LOG(log::kFailure) << "UDB_GET_DBQUERY query error " << status;
     return status;
   }
-  if (timed) {
-    LogTime("Select start: ", start);
-    LogTime("Select end: ", TimeOfDay());
-  }
+  LogTime("Select start: ", start);
+  LogTime("Select end: ", TimeOfDay());
   return status;
 }
 

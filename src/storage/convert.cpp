@@ -82,6 +82,9 @@ bool Convert(const OldFormat& format, const std::string& path, int maxRecords, i
   }
   slput(kSystemLogInfo, format.notice);
   const std::string temporary = path + ".~tmp";
+  // Made before the old file goes: between removing and renaming no memory may be needed.
+  const boost::filesystem::path place = path;
+  const boost::filesystem::path converted = temporary;
   const int new_mode = mode | kCreateAnew;
   PACKETDB_LOG(log::kTrace) << "Creating V4 temporary PacketDB with path " << temporary << " ["
                             << log::Hex(new_mode) << "]";
@@ -96,8 +99,8 @@ bool Convert(const OldFormat& format, const std::string& path, int maxRecords, i
   old_file->Done();
   old_file.reset();
   new_file.Done();
-  boost::filesystem::remove(path);
-  boost::filesystem::rename(temporary, path);
+  boost::filesystem::remove(place);
+  boost::filesystem::rename(converted, place);
   return true;
 }
 

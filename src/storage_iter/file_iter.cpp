@@ -15,7 +15,7 @@ constexpr std::size_t kRecordSize = sizeof(PacketDbItemPacked);
 }  // namespace
 
 UnixDbFileStorageIter::UnixDbFileStorageIter(const DbFileStorage& storage, const Query& query)
-    : m_buffer(std::make_unique<std::uint8_t[]>(kBatch * kRecordSize)),
+    : m_buffer(std::make_unique_for_overwrite<std::uint8_t[]>(kBatch * kRecordSize)),
       m_query(&query),
       m_storage(&storage),
       m_pos_(kNotStarted),

@@ -6,55 +6,20 @@
 #include <utility>
 #include <vector>
 
+#include "tests/library/fault_fixture.h"
 #include "tests/library/server_fixture.h"
-#include "tests/support/allocation.h"
 
 namespace packetdb::test {
 namespace {
 
-struct Fault {
-  int number;     // of the failing call, counted from Begin on
-  bool for_good;  // every later one fails as well
-
-  void Begin() const { for_good ? Calls().FailCallsFrom(number) : Calls().FailCall(number); }
-};
-
-class Faults : public LibraryTest {
+class StreamFaults : public Faults {
  protected:
-  // Lets `run` meet every fault until none is left to happen. Returns what the runs returned, the
-  // last one undisturbed.
-  template <class Run>
-  static Strings OutcomesOf(int level, bool for_good, Run run) {
-    Strings outcomes;
-    bool fired = true;
-    for (int number = 0; fired; ++number) {
-      ResetPlatform();
-      Log().SetLevel(level);
-      std::string outcome;
-      outcome.reserve(200);  // before the count of what is alive
-      const auto before = AllocationsAlive();
-      outcome += run(Fault{number, for_good});
-      fired = Calls().FaultFired();
-      EXPECT_EQ(Log().Misuses(), Strings{});
-      ResetPlatform();
-      EXPECT_EQ(AllocationsAlive(), before) << "fault " << number;
-      outcomes.push_back(outcome);
-    }
-    return outcomes;
-  }
-  template <class Run>
-  static void ExpectOutcomes(bool for_good, const Strings& expected, Run run) {
-    for (const int level : {0, 5}) {
-      EXPECT_EQ(OutcomesOf(level, for_good, run), expected) << "level " << level;
-    }
-  }
-
   static std::string AddStream(const Fault& fault);
   static std::string Process(const Fault& fault);
 };
 
 // Two of one event, an older one, another event, and one more of the first.
-std::string Faults::AddStream(const Fault& fault) {
+std::string StreamFaults::AddStream(const Fault& fault) {
   Journal journal(10, 60);
   Clock().SetSince1980(121);
   fault.Begin();
@@ -73,7 +38,7 @@ std::string Faults::AddStream(const Fault& fault) {
   return text;
 }
 
-TEST_F(Faults, EachEventIsAddedOrLostByItself) {
+TEST_F(StreamFaults, EachEventIsAddedOrLostByItself) {
   const Strings expected{"105-121 x2 120-120 x1 ",
                          "100-100 x1 105-121 x2 120-120 x1 ",
                          "100-110 x2 120-120 x1 ",
@@ -83,7 +48,7 @@ TEST_F(Faults, EachEventIsAddedOrLostByItself) {
   ExpectOutcomes(false, expected, AddStream);
 }
 
-TEST_F(Faults, JournalKeepsWhatItHeldWhenItsFileFailsForGood) {
+TEST_F(StreamFaults, JournalKeepsWhatItHeldWhenItsFileFailsForGood) {
   const Strings expected{"",
                          "100-100 x1 ",
                          "100-110 x2 ",
@@ -93,7 +58,7 @@ TEST_F(Faults, JournalKeepsWhatItHeldWhenItsFileFailsForGood) {
   ExpectOutcomes(true, expected, AddStream);
 }
 
-std::string Faults::Process(const Fault& fault) {
+std::string StreamFaults::Process(const Fault& fault) {
   ScriptedMessage message;
   message.FeedRows({{{1, BytesOf(7)}}, {{1, BytesOf(8)}}});
   Query query;
@@ -109,14 +74,14 @@ std::string Faults::Process(const Fault& fault) {
 
 // In order: the kind, three columns, the record count, the header, three values, the record, the
 // status, the answer's header, two rows and the marker.
-TEST_F(Faults, ClientGivesUpOnWhatMattersOnly) {
+TEST_F(StreamFaults, ClientGivesUpOnWhatMattersOnly) {
   ExpectOutcomes(false,
                  {"0 x2", "0 x2", "0 x2", "0 x2", "0 x2", "-101 x0", "0 x2", "0 x2", "0 x2",
                   "-101 x0", "-1 x0", "-101 x0", "-101 x0", "-101 x1", "-101 x2", "0 x2"},
                  Process);
 }
 
-TEST_F(Faults, ClientGivesUpOnABusThatFailsForGood) {
+TEST_F(StreamFaults, ClientGivesUpOnABusThatFailsForGood) {
   ExpectOutcomes(
       true,
       {"-101 x0", "-101 x0", "-101 x0", "-101 x0", "-101 x0", "-101 x0", "-101 x0", "-101 x0",

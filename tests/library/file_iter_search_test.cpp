@@ -146,6 +146,17 @@ TEST_F(FileIterTest, StartsUnsearchedWithItsEndBound) {
   EXPECT_EQ(Peek<std::int64_t>(&iter, buffer + 40), 160);
 }
 
+TEST_F(FileIterTest, StepsWithinABatchAllocateNothing) {
+  JournalAt({10, 20, 30, 40, 50});
+  const Query query = Query1980(0, 100);
+  UnixDbFileStorageIter iter(journal_->storage(), query);
+  iter.next();
+  const auto before = AllocationsMade();
+  for (int i = 0; i < 4; ++i) EXPECT_NE(iter.next(), nullptr);
+  EXPECT_EQ(iter.next(), nullptr);
+  EXPECT_EQ(AllocationsMade(), before);
+}
+
 TEST_F(FileIterTest, ExhaustedMemoryLeavesNothingBehind) {
   JournalAt({10});
   const Query query = Query1980(0, 100);

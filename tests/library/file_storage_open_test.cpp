@@ -2,6 +2,8 @@
 #include <unistd.h>
 
 #include "packetdb/storage_iter.h"
+#include "platform/record_file.h"
+#include "tests/support/allocation.h"
 #include "tests/support/fixture.h"
 #include "tests/support/slots.h"
 
@@ -21,6 +23,13 @@ TEST_F(FileStorageOpen, NewStorageHasAFileObjectThatIsNotOpen) {
   EXPECT_EQ(CallsOf([] { const DbFileStorage storage; }), (Strings{"CDbFile()", "~CDbFile()"}));
   EXPECT_EQ(storage_.getTimeDiff(), 0);
   EXPECT_EQ(storage_.RecordCount(), 0);
+}
+
+TEST_F(FileStorageOpen, ExhaustedMemoryForTheFileObjectLeavesNothingBehind) {
+  const auto before = AllocationsAlive();
+  const FailAllocationsOf no_files(sizeof(CDbFile));
+  EXPECT_THROW(DbFileStorage(), std::bad_alloc);
+  EXPECT_EQ(AllocationsAlive(), before);
 }
 
 TEST_F(FileStorageOpen, DestructorDoesNotClose) {

@@ -36,6 +36,21 @@ TEST_F(GetArray, SizeAloneLeavesTheListAlone) {
   EXPECT_THAT(codes_, ::testing::ElementsAre(1, 2, 3));
 }
 
+// Has bytes but tells no size.
+class SizelessMessage : public ScriptedMessage {
+ public:
+  const void* GetRaw(unsigned int /*id*/, unsigned int* /*size*/) const override { return "bytes"; }
+};
+
+TEST_F(GetArray, ArrayWithoutASizeIsEmpty) {
+  const SizelessMessage message;
+  std::vector<unsigned char> bytes{6};
+  get_array(&message, 15, codes_);
+  get_array(&message, 28, bytes);
+  EXPECT_THAT(codes_, ::testing::ElementsAre(1, 2, 3));
+  EXPECT_THAT(bytes, ::testing::ElementsAre(6));
+}
+
 TEST_F(GetArray, LessThanOneElementLeavesTheListAlone) {
   message_.Carry(15, "abc");
   get_array(&message_, 15, codes_);

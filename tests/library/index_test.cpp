@@ -126,6 +126,14 @@ TEST_F(IndexTest, EqualNodeIsListedButNotFound) {
   EXPECT_EQ(index_.FindItem(&probe), first);
 }
 
+TEST_F(IndexTest, EqualNodeIsCountedOnce) {
+  index_.Init(1);
+  CLinkedDrvErrorItem* first = Add(Key(1));
+  Add(Key(1));
+  PacketDbItem probe = Record(Key(1));
+  EXPECT_EQ(index_.FindItem(&probe), first) << "two in the list, one to be found: none too many";
+}
+
 TEST_F(IndexTest, EvictionErasesByKey) {
   index_.Init(3);
   Add(Key(1));

@@ -69,6 +69,26 @@ TEST_F(JournalServer, ExhaustedMemoryLeavesTheTableUnchanged) {
   EXPECT_EQ(db_.use_count(), holders);
 }
 
+TEST_F(JournalServer, ExhaustedMemoryForALongerTableLeavesItUnchanged) {
+  for (std::size_t entries = 0; entries <= 2; ++entries) {
+    const Callbacks before(entries, Entry(boost::make_shared<UdbJournalServer>(db_), 7));
+    Callbacks callbacks(before);
+    ASSERT_EQ(callbacks.capacity(), entries) << "the next entry needs memory";
+    const std::size_t capacity = entries == 0 ? 1 : 2 * entries;
+    const auto* first = entries == 0 ? nullptr : callbacks[0].m_callback.get();
+    const auto alive = AllocationsAlive();
+    {
+      const FailAllocationsOf no_tables(capacity * sizeof(Entry));
+      EXPECT_THROW(UdbJournalServer::RegisterCallbacks(db_, callbacks), std::bad_alloc);
+    }
+    EXPECT_EQ(AllocationsAlive(), alive);
+    ASSERT_EQ(callbacks.size(), entries);
+    if (entries != 0) {
+      EXPECT_EQ(callbacks[0].m_callback.get(), first);
+    }
+  }
+}
+
 // The first server is gone: only the entry's clone holds the registry.
 TEST_F(JournalServer, EntryIsTheOnlyServerThatRemains) {
   const auto holders = db_.use_count();

@@ -1,6 +1,7 @@
 // Matching by time and by interface.
 #include "packetdb/storage_iter.h"
 #include "tests/library/match_fixture.h"
+#include "tests/support/allocation.h"
 
 namespace packetdb::test {
 namespace {
@@ -95,6 +96,16 @@ TEST_F(MatchTime, TimeIsTestedBeforeTheInterface) {
   query_.m_AdapterNameHash = 1;
   query_.m_TimeEnd = 0;
   EXPECT_EQ(Traces().size(), 1u);
+}
+
+TEST_F(MatchTest, AllocatesNothing) {
+  query_.m_Errcodes.assign({-2, 99});
+  query_.m_Direction = 1;
+  query_.m_IpSrcFrom = 0x0a000002;
+  const PacketDbItem item = Record(event_, hash_);
+  const auto before = AllocationsMade();
+  EXPECT_TRUE(query_.match(item));
+  EXPECT_EQ(AllocationsMade(), before);
 }
 
 TEST_F(MatchTest, ZeroHashSelectsEveryInterface) {

@@ -1,9 +1,9 @@
 // Merging against a small model: every short stream of events, and long random ones.
 #include <algorithm>
 #include <deque>
-#include <random>
 
 #include "tests/support/fixture.h"
+#include "tests/support/seed.h"
 
 namespace packetdb::test {
 namespace {
@@ -50,59 +50,122 @@ class MergeModel {
   std::deque<std::size_t> fresh_;
 };
 
-class MergeModelTest : public LibraryTest {
- protected:
-  // Adds the events to a journal and to the model, each when it was last seen.
-  static void ExpectSameRows(const std::vector<Event>& events, int capacity, int window) {
-    Files().Reset();
-    Journal journal(capacity, window);
-    MergeModel model(static_cast<std::size_t>(capacity), window);
-    std::string story =
-        "capacity " + std::to_string(capacity) + " window " + std::to_string(window);
-    for (const auto& event : events) {
-      journal.Add(event);
-      model.Add(event, std::int64_t{event.m_LastTime} + TIME_1980_OFFSET);
-      story += "; " + std::to_string(event.m_SrcIp) + " at " + Times(event);
-    }
-    ASSERT_EQ(journal.Rows(), model.Rows()) << story;
-    Calls().Forget();
-  }
+// An event, and when it reaches the journal: in seconds since 1980, as its own times are.
+struct Added {
+  Event event;
+  std::uint32_t at;
 };
+using Stream = std::vector<Added>;
 
-// Two events at three seconds: six letters. Every word of up to four of them.
-TEST_F(MergeModelTest, EveryShortStreamMergesAsTheModelDoes) {
-  std::vector<std::vector<Event>> streams{{}};
+// Every stream of up to `size` of these letters.
+std::vector<Stream> EveryStream(const Stream& letters, std::size_t size) {
+  std::vector<Stream> streams{{}};
   for (std::size_t i = 0; i < streams.size(); ++i) {
-    for (int capacity = 1; capacity <= 3; ++capacity) {
-      for (int window = 0; window <= 2; ++window) ExpectSameRows(streams[i], capacity, window);
-    }
-    if (streams[i].size() == 4) continue;
-    for (std::uint32_t letter = 0; letter < 6; ++letter) {
-      auto longer = streams[i];
-      longer.push_back(EventAt(10 + letter / 2).Src(letter % 2).Size(letter));
+    if (streams[i].size() == size) continue;
+    for (const Added& letter : letters) {
+      Stream longer = streams[i];
+      longer.push_back(letter);
       streams.push_back(longer);
     }
   }
-  EXPECT_EQ(streams.size(), 1u + 6 + 36 + 216 + 1296);
+  return streams;
+}
+
+// One of two events, each with a size of its own so that the sums tell what was merged.
+Event Letter(std::uint32_t second, std::uint32_t source) {
+  return EventAt(second).Src(source).Size(second + 100 * source);
+}
+
+class MergeModelTest : public LibraryTest {
+ protected:
+  // Adds the stream to a journal and to the model.
+  void ExpectSameRows(const Stream& stream, int capacity, int window) {
+    Files().Reset();
+    Journal journal(capacity, window);
+    MergeModel model(static_cast<std::size_t>(capacity), window);
+    for (const Added& added : stream) {
+      Clock().SetSince1980(added.at);
+      journal.storage().AddRecord(&added.event, 0, "");
+      model.Add(added.event, std::int64_t{added.at} + TIME_1980_OFFSET);
+    }
+    ASSERT_EQ(journal.Rows(), model.Rows())
+        << "capacity " << capacity << " window " << window << Story(stream);
+    Calls().Forget();
+    ++cases_;
+  }
+  // For capacities and windows that are smaller and larger than what a stream needs.
+  void ExpectSameRowsInEveryJournal(const std::vector<Stream>& streams) {
+    for (const Stream& stream : streams) {
+      for (int capacity = 1; capacity <= 3 && !HasFatalFailure(); ++capacity) {
+        for (int window = 0; window <= 2; ++window) ExpectSameRows(stream, capacity, window);
+      }
+    }
+  }
+
+  long cases_ = 0;
+
+ private:
+  static std::string Story(const Stream& stream) {
+    std::string story;
+    for (const Added& added : stream) {
+      story += "; at " + std::to_string(added.at) + ": " + std::to_string(added.event.m_SrcIp) +
+               " " + Times(added.event);
+    }
+    return story;
+  }
+};
+
+// All streams of up to five events, each added in the second that it was seen in: two sources at
+// three seconds in any order, so that events repeat, push each other out, grow old, and go back in
+// time.
+//
+// 1 + 6 + 36 + 216 + 1,296 + 7,776 = 9,331 streams, 3 capacities, 3 windows: 83,979 cases.
+TEST_F(MergeModelTest, EveryShortStreamMergesAsTheModelDoes) {
+  Stream letters;
+  for (std::uint32_t second = 10; second <= 12; ++second) {
+    for (const std::uint32_t source : {0u, 1u}) letters.push_back({Letter(second, source), second});
+  }
+  ExpectSameRowsInEveryJournal(EveryStream(letters, 5));
+  EXPECT_EQ(cases_, 83979);
+}
+
+// All streams of up to three such events with a clock that is anywhere: behind the events, with
+// them or ahead of them, up to where the longest window has passed, in any order as well.
+//
+// 1 + 24 + 576 + 13,824 = 14,425 streams, 3 capacities, 3 windows: 129,825 cases.
+TEST_F(MergeModelTest, EveryShortStreamMergesAsTheModelDoesAtAnyClock) {
+  Stream letters;
+  for (std::uint32_t second = 10; second <= 12; ++second) {
+    for (const std::uint32_t source : {0u, 1u}) {
+      for (std::uint32_t at = 10; at <= 13; ++at) letters.push_back({Letter(second, source), at});
+    }
+  }
+  ExpectSameRowsInEveryJournal(EveryStream(letters, 3));
+  EXPECT_EQ(cases_, 129825);
+}
+
+// Mostly forwards, sometimes back; added up to some seconds later.
+Stream RandomStream(Random& random) {
+  Stream stream;
+  std::uint32_t now = 1000;
+  for (int i = 0; i < 300; ++i) {
+    now = random.OneIn(50) ? now - random.Below(5) : now + random.Below(3);
+    Event event = EventAt(now).First(now - random.Below(4)).Src(random.Below(12));
+    event.Count(random.Bits()).Size(random.Below(1500));
+    stream.push_back({event, now + (random.OneIn(3) ? random.Below(8) : 0)});
+  }
+  return stream;
 }
 
 TEST_F(MergeModelTest, LongRandomStreamsMergeAsTheModelDoes) {
-  const auto seed = std::random_device{}();
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  std::mt19937 random(seed);
-  const auto pick = [&](std::uint32_t below) {
-    return static_cast<std::uint32_t>(random()) % below;
-  };
-  for (int round = 0; round < 60; ++round) {
-    std::vector<Event> events;
-    std::uint32_t now = 1000;
-    for (int i = 0; i < 300; ++i) {
-      now = pick(50) == 0 ? now - pick(5) : now + pick(3);
-      events.push_back(EventAt(now).First(now - pick(4)).Src(pick(12)));
-      events.back().Count(static_cast<std::uint32_t>(random())).Size(pick(1500));
-    }
-    ExpectSameRows(events, static_cast<int>(1 + pick(12)), static_cast<int>(pick(40)));
+  const std::uint32_t seed = Seed();
+  SCOPED_TRACE(SeedText(seed));
+  Random random(seed);
+  for (int round = 0; round < 300 && !HasFatalFailure(); ++round) {
+    ExpectSameRows(RandomStream(random), static_cast<int>(1 + random.Below(12)),
+                   static_cast<int>(random.Below(40)));
   }
+  EXPECT_EQ(cases_, 300);
 }
 
 }  // namespace

@@ -1,6 +1,9 @@
 // The storage that keeps nothing, and the exception type.
+#include <type_traits>
+
 #include "packetdb/storage_iter.h"
 #include "tests/support/fixture.h"
+#include "tests/support/slots.h"
 
 namespace packetdb::test {
 namespace {
@@ -66,6 +69,22 @@ TEST_F(NullStorage, IteratorIsNeverWrappedInALimiter) {
   EXPECT_EQ(iter.use_count(), 1);
 }
 
+TEST_F(NullStorage, IteratorKnowsItsQueryAndItsStorage) {
+  const Query query = QueryFor();
+  const StorageIterPtr iter = storage_.CreateStorageIter(query);
+  EXPECT_EQ(Peek<const void*>(iter.get(), sizeof(void*)), &query);
+  EXPECT_EQ(Peek<const void*>(iter.get(), 2 * sizeof(void*)), &storage_);
+}
+
+TEST_F(NullStorage, MembersStandInTheirOrder) {
+  const std::string path(100, 'p');  // too long to lie within the string object
+  storage_.Init(path, 1, 1, 60);
+  const char* text = Peek<const char*>(&storage_, sizeof(void*));
+  EXPECT_EQ(std::string(text, path.size()), path);
+  EXPECT_EQ(Peek<time_t>(&storage_, sizeof(void*) + sizeof(std::string)), 0);
+  EXPECT_EQ(sizeof storage_, sizeof(void*) + sizeof(std::string) + sizeof(time_t));
+}
+
 TEST_F(NullStorage, TouchesNoPlatform) {
   Clock().Set(1);
   Log().SetLevel(5);
@@ -115,6 +134,14 @@ TEST(Exception, CopyKeepsTextAndFlag) {
   const XPacketDb copy(original);
   EXPECT_STREQ(copy.what(), "text");
   EXPECT_TRUE(copy.m_Fatal);
+}
+
+TEST(Exception, FlagStandsBehindTheRuntimeErrorAndIsFixed) {
+  const XPacketDb harmless("text", false);
+  const XPacketDb fatal("text", true);
+  EXPECT_FALSE(Peek<bool>(&harmless, sizeof(std::runtime_error)));
+  EXPECT_TRUE(Peek<bool>(&fatal, sizeof(std::runtime_error)));
+  EXPECT_TRUE((std::is_same_v<decltype(XPacketDb::m_Fatal), const bool>));
 }
 
 }  // namespace

@@ -169,13 +169,5 @@ TEST_F(QueryProcess, FailedRecordIsLogged) {
   ExpectLogged(1, "Udb ReadRecord() error {i4:-1}", fail);
 }
 
-TEST_F(QueryProcess, LastErrorIsAskedOnlyForTheLog) {
-  Calls().Script("ReadHeader", {-1});
-  Process();
-  Calls().Script("ReadRecord", {-1});
-  Process();
-  EXPECT_EQ(LastErrorCalls(), 0);
-}
-
 }  // namespace
 }  // namespace packetdb::test

@@ -85,6 +85,21 @@ TEST_F(QueryRead, SizeAloneIsNoName) {
   EXPECT_STREQ(query_.m_Interface, "");
 }
 
+// Has a name but tells no size.
+class SizelessMessage : public ScriptedMessage {
+ public:
+  const void* GetRaw(unsigned int id, unsigned int* size) const override {
+    return id == 30 ? ScriptedMessage::GetRaw(id, nullptr) : ScriptedMessage::GetRaw(id, size);
+  }
+};
+
+TEST_F(QueryRead, NameWithoutASizeIsNone) {
+  SizelessMessage message;
+  message.CarryName("eth0");
+  EXPECT_EQ(LinesOf(2, [&] { query_.read(&message); }), Strings{"no interface name"});
+  EXPECT_STREQ(query_.m_Interface, "");
+}
+
 TEST_F(QueryRead, EmptyNameIsAName) {
   message_.CarryName("");
   Read();

@@ -168,12 +168,6 @@ TEST_F(QueryWrite, FailureIsOneLine) {
   EXPECT_EQ(LinesOf(1, [this] { Write(); }).size(), 1u);
 }
 
-TEST_F(QueryWrite, LastErrorIsAskedOnlyForTheLog) {
-  Calls().Script("WriteHeader", {-1});
-  Write();
-  EXPECT_EQ(LastErrorCalls(), 0);
-}
-
 TEST_F(QueryWrite, StatusIsReturned) {
   for (const int status : {0, -3, 5, -100, -101, -2}) {
     Calls().Script("udbGetCommandAnswer", {status});
@@ -231,18 +225,13 @@ TEST_F(QueryWrite, EveryTimingLineBelongsToLevelFour) {
 
 TEST_F(QueryWrite, ClockIsReadAroundTheExchange) {
   Clock().Set(1);
-  Log().SetLevel(4);
-  Strings calls = Sent();
-  EXPECT_EQ(
-      Strings(calls.end() - 4, calls.end()),
-      (Strings{"WriteRecord()", "gettimeofday()", "udbGetCommandAnswer()", "gettimeofday()"}));
-}
-
-TEST_F(QueryWrite, ClockIsNotReadWhenNothingIsLogged) {
-  Clock().Set(1);
-  Log().SetLevel(3);
-  Sent();
-  EXPECT_EQ(Calls().CountOf("gettimeofday"), 0);
+  for (const int level : {0, 4}) {
+    Log().SetLevel(level);
+    const Strings calls = Sent();
+    EXPECT_EQ(
+        Strings(calls.end() - 4, calls.end()),
+        (Strings{"WriteRecord()", "gettimeofday()", "udbGetCommandAnswer()", "gettimeofday()"}));
+  }
 }
 
 TEST_F(QueryWrite, FailedExchangeIsNotTimed) {

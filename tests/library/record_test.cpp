@@ -1,5 +1,6 @@
 // Records: how they are built, packed for the journal and unpacked again.
 #include <cstddef>
+#include <cstdint>
 
 #include "tests/support/fixture.h"
 
@@ -48,6 +49,13 @@ TEST_F(RecordTest, NextLiesTheDriversSizeBehindTheEvent) {
   EXPECT_EQ(reinterpret_cast<const char*>(item.Next()), start);
   item.m_Item.m_Size = 68;
   EXPECT_EQ(reinterpret_cast<const char*>(item.Next()), start + 68);
+}
+
+TEST_F(RecordTest, NextTakesTheSizeWithoutSign) {
+  PacketDbItem item = Record(EventAt(1));
+  item.m_Item.m_Size = 0xfffffff0;
+  const auto start = reinterpret_cast<std::uintptr_t>(&item.m_Item);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(item.Next()) - start, 0xfffffff0u);
 }
 
 TEST_F(RecordTest, EventCanBeReadAsItsAddressTuple) {
@@ -141,6 +149,15 @@ TEST_F(RecordTest, EachConversionHasABufferOfItsOwn) {
   EXPECT_NE(pack, unpack);
   EXPECT_NE(unpack, hook);
   EXPECT_NE(hook, pack);
+}
+
+TEST_F(RecordTest, StoragesShareTheBuffers) {
+  const DbFileStorage other;
+  PacketDbItem item = Record(EventAt(1));
+  PacketDbItemPacked packed{};
+  EXPECT_EQ(other.Pack(&item), storage_.Pack(&item));
+  EXPECT_EQ(other.Unpack(&packed), storage_.Unpack(&packed));
+  EXPECT_EQ(other.InvertEndian(&item), storage_.InvertEndian(&item));
 }
 
 TEST_F(RecordTest, DecodingUnpacksAndPassesTheByteOrderHook) {

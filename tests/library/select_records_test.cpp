@@ -76,11 +76,11 @@ TEST_F(SelectRecords, ClockIsReadAroundTheSelection) {
   Clock().Set(1);
   Query query = QueryFor();
   DbItemSelection selection;
-  Log().SetLevel(4);
-  EXPECT_EQ(CallsOf([&] { server_.SelectRecords(query, selection); }),
-            (Strings{"gettimeofday()", "RecordCount()", "gettimeofday()"}));
-  Log().SetLevel(3);
-  EXPECT_EQ(CallsOf([&] { server_.SelectRecords(query, selection); }), Strings{"RecordCount()"});
+  for (const int level : {0, 4}) {
+    Log().SetLevel(level);
+    EXPECT_EQ(CallsOf([&] { server_.SelectRecords(query, selection); }),
+              (Strings{"gettimeofday()", "RecordCount()", "gettimeofday()"}));
+  }
 }
 
 // Answers with whatever iterator it was given, none included.
@@ -109,6 +109,38 @@ TEST_F(SelectRecords, EmptyIteratorIsAnIteratorLikeAnyOther) {
   Ask("empty");
   EXPECT_EQ(Call(), 0);
   EXPECT_EQ(Answers(), Strings{"udbSendCommandAnswer(-3)"});
+}
+
+// Selects nothing, and silences queries in the log on the way.
+class SilencingIter : public EmptyIter {
+ public:
+  void SelectRecords(DbItemSelection& /*selection*/) override { Log().SetLevel(3); }
+};
+
+TEST_F(SelectRecords, TimingEndsWhenTheLevelFallsMeanwhile) {
+  db_->Register("quiet", true,
+                boost::make_shared<StorageWithIter>(boost::make_shared<SilencingIter>()));
+  Clock().Set(3661, 7);
+  Query query = QueryFor("quiet");
+  DbItemSelection selection;
+  LinesOf(4, [&] { server_.SelectRecords(query, selection); });
+  EXPECT_EQ(Log().Texts(4), (Strings{"Processing packet db request for quiet", "start: 1:60:1.7"}));
+}
+
+class RaisingIter : public EmptyIter {
+ public:
+  void SelectRecords(DbItemSelection& /*selection*/) override { Log().SetLevel(4); }
+};
+
+TEST_F(SelectRecords, TimingStartsWhenTheLevelRisesMeanwhile) {
+  db_->Register("raising", true,
+                boost::make_shared<StorageWithIter>(boost::make_shared<RaisingIter>()));
+  Clock().Set(3661, 7);
+  Query query = QueryFor("raising");
+  DbItemSelection selection;
+  Log().SetLevel(3);
+  server_.SelectRecords(query, selection);
+  EXPECT_EQ(Log().Texts(4), (Strings{"end: 1:60:1.7", "Select has performed in 0 sec 0"}));
 }
 
 TEST_F(SelectRecords, FailureOfTheFactoryPassesThrough) {

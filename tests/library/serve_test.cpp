@@ -186,6 +186,44 @@ TEST_F(Serve, FailureToDecodeIsPassedOnWithoutAnAnswer) {
   EXPECT_EQ(Answers(), Strings{});
 }
 
+// A message whose failure looks like one of answering.
+class RefusingMessage : public ScriptedMessage {
+ public:
+  explicit RefusingMessage(bool fatal) : fatal_(fatal) {}
+  const void* GetRaw(unsigned int /*id*/, unsigned int* /*size*/) const override {
+    throw XPacketDb("unreadable", fatal_);
+  }
+
+ private:
+  bool fatal_;
+};
+
+TEST_F(Serve, FailureToDecodeIsNotAnsweredWhateverItIs) {
+  for (const bool fatal : {false, true}) {
+    RefusingMessage refusing(fatal);
+    EXPECT_THROW(server_.Serve(&refusing), XPacketDb);
+    EXPECT_EQ(server_.call(&refusing), -1);
+    EXPECT_EQ(Answers(), Strings{});
+  }
+}
+
+// A message that breaks in the middle of the table.
+class BreakingMessage : public ScriptedMessage {
+ public:
+  int WriteHeader() override { throw std::out_of_range("broken"); }
+};
+
+TEST_F(Serve, ForeignFailureOfTheTableIsNotAnsweredAgain) {
+  journal_.Add(EventAt(1));
+  BreakingMessage breaking;
+  breaking.CarryName("eth0");
+  breaking.CarryByte(31, 1);
+  breaking.CarryInt(3, 0x7fffffff);
+  EXPECT_THROW(server_.Serve(&breaking), std::out_of_range);
+  EXPECT_EQ(server_.call(&breaking), -1);
+  EXPECT_EQ(Answers(), (Strings{"udbSendCommandAnswer(0)", "udbSendCommandAnswer(0)"}));
+}
+
 TEST_F(Serve, ConversationIsLoggedInOrder) {
   journal_.AddSeparately({1, 2});
   Clock().Set(3661, 7);

@@ -134,6 +134,14 @@ TEST_F(VirtualSlots, ExceptionHasAVirtualDestructor) {
   EXPECT_TRUE((std::is_base_of_v<std::runtime_error, XPacketDb>));
 }
 
+TEST_F(VirtualSlots, InterfacesLeaveTheirOperationsToOthers) {
+  EXPECT_TRUE(std::is_abstract_v<IJournalStorage>);
+  EXPECT_TRUE(std::is_abstract_v<StorageIter>);
+  EXPECT_TRUE(std::is_abstract_v<UdbDispatcher::IUdbCallback>);
+  EXPECT_EQ(sizeof(IJournalStorage), sizeof(void*)) << "no data of its own";
+  EXPECT_EQ(sizeof(StorageIter), sizeof(void*)) << "no data of its own";
+}
+
 TEST_F(VirtualSlots, RecordFileOperationsStandInTheirOrder) {
   const CDbFile file;
   const std::string path = "/slots";

@@ -9,13 +9,28 @@ namespace {
 
 std::size_t failing_size = 0;
 bool failing_every = false;
+int failing_number = -1;
+bool failing_for_good = false;
+int counted = 0;
+bool fired = false;
+int host_operations = 0;
 std::size_t last_size = 0;
 std::size_t made = 0;
 std::ptrdiff_t alive = 0;
 
+// Counts the allocation, unless it is the host's.
+bool IsTheFailingOne() noexcept {
+  if (failing_number < 0 || host_operations > 0) return false;
+  const int number = counted++;
+  const bool fails = number == failing_number || (failing_for_good && number > failing_number);
+  fired = fired || fails;
+  return fails;
+}
+
 void* Allocate(std::size_t size) noexcept {
   last_size = size;
   if (failing_every || (failing_size != 0 && size == failing_size)) return nullptr;
+  if (IsTheFailingOne()) return nullptr;
   void* memory = std::malloc(size == 0 ? 1 : size);
   if (memory != nullptr) {
     ++made;
@@ -43,6 +58,18 @@ FailAllocationsOf::~FailAllocationsOf() { failing_size = 0; }
 
 FailEveryAllocation::FailEveryAllocation() { failing_every = true; }
 FailEveryAllocation::~FailEveryAllocation() { failing_every = false; }
+
+FailAllocation::FailAllocation(int number, bool for_good) {
+  failing_number = number;
+  failing_for_good = for_good;
+  counted = 0;
+  fired = false;
+}
+FailAllocation::~FailAllocation() { failing_number = -1; }
+bool FailAllocation::Fired() { return fired; }
+
+HostMemory::HostMemory() { ++host_operations; }
+HostMemory::~HostMemory() { --host_operations; }
 
 std::size_t LastAllocationSize() { return last_size; }
 

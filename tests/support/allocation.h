@@ -23,6 +23,29 @@ class FailEveryAllocation {
   FailEveryAllocation& operator=(const FailEveryAllocation&) = delete;
 };
 
+// While one of these lives, the allocation with this number fails, counted from 0 and from its
+// birth on; with `for_good` every later one as well. What the host allocates is left out.
+class FailAllocation {
+ public:
+  FailAllocation(int number, bool for_good);
+  ~FailAllocation();
+  FailAllocation(const FailAllocation&) = delete;
+  FailAllocation& operator=(const FailAllocation&) = delete;
+
+  // Whether the last one that was made has failed an allocation.
+  static bool Fired();
+};
+
+// While one of these lives, allocations are the host's own. Every operation of the scripted
+// platform has one, so that FailAllocation meets the library's allocations only.
+class HostMemory {
+ public:
+  HostMemory();
+  ~HostMemory();
+  HostMemory(const HostMemory&) = delete;
+  HostMemory& operator=(const HostMemory&) = delete;
+};
+
 // The size that was last asked for.
 std::size_t LastAllocationSize();
 

@@ -1,13 +1,21 @@
 // The dispatcher's callback as any host has it; its life is noted in Calls().
 #include "platform/bus.h"
+#include "tests/support/allocation.h"
 #include "tests/support/calls.h"
 
 namespace UdbDispatcher {
 
 using packetdb::test::Calls;
+using packetdb::test::HostMemory;
 
-IUdbCallback::IUdbCallback() : m_enabled(true) { Calls().Note("IUdbCallback()"); }
-IUdbCallback::~IUdbCallback() { Calls().Note("~IUdbCallback()"); }
+IUdbCallback::IUdbCallback() : m_enabled(true) {
+  const HostMemory host;
+  Calls().Note("IUdbCallback()");
+}
+IUdbCallback::~IUdbCallback() {
+  const HostMemory host;
+  Calls().Note("~IUdbCallback()");
+}
 void* IUdbCallback::arg() const { return nullptr; }
 void IUdbCallback::enable() { m_enabled = true; }
 void IUdbCallback::disable() { m_enabled = false; }

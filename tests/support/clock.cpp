@@ -3,6 +3,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "tests/support/allocation.h"
 #include "tests/support/calls.h"
 
 namespace packetdb::test {
@@ -46,6 +47,7 @@ timespec RealTime() {
 // NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): ours are called otherwise
 
 extern "C" time_t time(time_t* out) noexcept {
+  const packetdb::test::HostMemory host;
   auto& clock = packetdb::test::Clock();
   if (clock.IsSet()) packetdb::test::Calls().Note("time()");
   const time_t now = clock.IsSet() ? clock.Seconds() : packetdb::test::RealTime().tv_sec;
@@ -54,6 +56,7 @@ extern "C" time_t time(time_t* out) noexcept {
 }
 
 extern "C" int gettimeofday(timeval* out, void* /*zone*/) noexcept {
+  const packetdb::test::HostMemory host;
   auto& clock = packetdb::test::Clock();
   if (clock.IsSet()) {
     packetdb::test::Calls().Note("gettimeofday()");
@@ -66,6 +69,7 @@ extern "C" int gettimeofday(timeval* out, void* /*zone*/) noexcept {
 }
 
 extern "C" pid_t getpid() noexcept {
+  const packetdb::test::HostMemory host;
   if (packetdb::test::Clock().IsSet()) packetdb::test::Calls().Note("getpid()");
   return static_cast<pid_t>(syscall(SYS_getpid));
 }

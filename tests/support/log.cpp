@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "platform/log.h"
+#include "tests/support/allocation.h"
 #include "tests/support/calls.h"
 
 namespace packetdb::test {
@@ -21,16 +22,25 @@ std::string MarkedPiece(const LogPiece& piece) {
 }
 
 void* OpenLine(int level, const char* function, const char* file, int line) {
+  const HostMemory host;
   return Log().Open(level, function, file, line);
 }
-void AppendText(void* line, const char* text) { Log().Append(line, {'t', text, 0}); }
+void AppendText(void* line, const char* text) {
+  const HostMemory host;
+  Log().Append(line, {'t', text, 0});
+}
 void AppendInt(void* line, long long value, int width) {
+  const HostMemory host;
   Log().Append(line, {'i', std::to_string(value), width});
 }
 void AppendUInt(void* line, unsigned long long value, int width) {
+  const HostMemory host;
   Log().Append(line, {'u', std::to_string(value), width});
 }
-void CloseLine(void* line) { Log().Close(line); }
+void CloseLine(void* line) {
+  const HostMemory host;
+  Log().Close(line);
+}
 
 XeltLogProps props = {0, OpenLine, AppendText, AppendInt, AppendUInt, CloseLine};
 
@@ -145,19 +155,24 @@ void ExpectLogged(int level, const std::string& marked, const std::function<void
 
 }  // namespace packetdb::test
 
+using packetdb::test::HostMemory;
+
 XeltLogProps* XeltLog_GetProps_cl_module() { return &packetdb::test::props; }
 
 std::string ClUnilogFname(const char* signature, const char* shortName) {
+  const HostMemory host;
   return std::string(signature) + packetdb::test::kSeparator + shortName;
 }
 
 std::string XeltLogHexLongLong(unsigned long long value, int width) {
+  const HostMemory host;
   std::ostringstream text;
   text << "{x" << width << ":" << std::hex << value << "}";
   return text.str();
 }
 
 std::wstring XeltLogHexLongLongW(unsigned long long value, int width) {
+  const HostMemory host;
   const std::string text = XeltLogHexLongLong(value, width);
   return {text.begin(), text.end()};
 }
@@ -170,6 +185,7 @@ XetlLogHelper& XetlLogHelper::operator<<(const char* text) {
 }
 
 int slput(int priority, const char* text) {
+  const HostMemory host;
   packetdb::test::Calls().Note("slput(" + std::to_string(priority) + ", " + text + ")");
-  return 0;
+  return packetdb::test::Calls().Planned("slput").value_or(0);
 }

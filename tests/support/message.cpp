@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "tests/support/allocation.h"
 #include "tests/support/calls.h"
 
 namespace packetdb::test {
@@ -49,34 +50,40 @@ int ScriptedMessage::Finish(const std::string& operation) {
 }
 
 int ScriptedMessage::SetKind(int kind) {
+  const HostMemory host;
   Calls().Note(CallText("SetKind", std::to_string(kind)));
   return Finish("SetKind");
 }
 
 // The declared identifier shows its bit 31: "AddColumn(int 2, 8)".
 int ScriptedMessage::AddColumn(unsigned int id, unsigned int size) {
+  const HostMemory host;
   Calls().Note(CallText("AddColumn", IdText(id) + ", " + std::to_string(size)));
   column_sizes_[id & ~kIntegerBit] = size;
   return Finish("AddColumn");
 }
 
 int ScriptedMessage::SetRecordCount(int count) {
+  const HostMemory host;
   Calls().Note(CallText("SetRecordCount", std::to_string(count)));
   return Finish("SetRecordCount");
 }
 
 int ScriptedMessage::SetMarkerFlag(int flag) {
+  const HostMemory host;
   Calls().Note(CallText("SetMarkerFlag", std::to_string(flag)));
   return Finish("SetMarkerFlag");
 }
 
 int ScriptedMessage::WriteHeader() {
+  const HostMemory host;
   Calls().Note("WriteHeader()");
   return Finish("WriteHeader");
 }
 
 // Shows the bytes that a host would take: "SetValue(1, 64000000)".
 int ScriptedMessage::SetValue(unsigned int id, const void* value) {
+  const HostMemory host;
   const auto column = column_sizes_.find(id);
   if (column == column_sizes_.end()) {
     Calls().Note(CallText("SetValue", IdText(id) + ", undeclared"));
@@ -89,6 +96,7 @@ int ScriptedMessage::SetValue(unsigned int id, const void* value) {
 }
 
 int ScriptedMessage::WriteRecord() {
+  const HostMemory host;
   Calls().Note("WriteRecord()");
   const int result = Finish("WriteRecord");
   if (result >= 0) written_rows_.push_back(current_);
@@ -97,11 +105,13 @@ int ScriptedMessage::WriteRecord() {
 }
 
 int ScriptedMessage::WriteMarker() {
+  const HostMemory host;
   Calls().Note("WriteMarker()");
   return Finish("WriteMarker");
 }
 
 void ScriptedMessage::BeginRead() {
+  const HostMemory host;
   Calls().Note("BeginRead()");
   current_.clear();
   next_row_ = 0;
@@ -109,11 +119,13 @@ void ScriptedMessage::BeginRead() {
 }
 
 int ScriptedMessage::ReadHeader() {
+  const HostMemory host;
   Calls().Note("ReadHeader()");
   return Finish("ReadHeader");
 }
 
 int ScriptedMessage::ReadRecord() {
+  const HostMemory host;
   Calls().Note("ReadRecord()");
   const int result = Finish("ReadRecord");
   if (result < 0) return result;
@@ -124,6 +136,7 @@ int ScriptedMessage::ReadRecord() {
 
 // The getters show whether a place for the size was given: "GetRaw(30, size)", "GetInt(2)".
 const void* ScriptedMessage::GetRaw(unsigned int id, unsigned int* size) const {
+  const HostMemory host;
   Calls().Note(CallText("GetRaw", IdText(id) + (size != nullptr ? ", size" : "")));
   const auto found = current_.find(id);
   if (found == current_.end()) return nullptr;
@@ -134,6 +147,7 @@ const void* ScriptedMessage::GetRaw(unsigned int id, unsigned int* size) const {
 // The low bytes of the value; 0 for a column that is not there.
 template <class T>
 T ScriptedMessage::Get(const char* operation, unsigned int id, unsigned int* size) const {
+  const HostMemory host;
   Calls().Note(CallText(operation, IdText(id) + (size != nullptr ? ", size" : "")));
   const auto found = current_.find(id);
   if (found == current_.end()) return 0;
@@ -155,6 +169,7 @@ unsigned char ScriptedMessage::GetByte(unsigned int id, unsigned int* size) cons
 }
 
 int ScriptedMessage::IsMarker() const {
+  const HostMemory host;
   Calls().Note("IsMarker()");
   return at_marker_ ? 1 : 0;
 }
@@ -162,6 +177,7 @@ int ScriptedMessage::IsMarker() const {
 }  // namespace packetdb::test
 
 using packetdb::test::Calls;
+using packetdb::test::HostMemory;
 
 int CAbstractPacketOptions::LastError() const {
   ++packetdb::test::LastErrorCalls();
@@ -169,11 +185,13 @@ int CAbstractPacketOptions::LastError() const {
 }
 
 int udbGetCommandAnswer(CAbstractPacketOptions* /*message*/) {
+  const HostMemory host;
   Calls().Note("udbGetCommandAnswer()");
   return Calls().Planned("udbGetCommandAnswer").value_or(0);
 }
 
 int udbSendCommandAnswer(CAbstractPacketOptions* message, int answer) {
+  const HostMemory host;
   Calls().Note("udbSendCommandAnswer(" + std::to_string(answer) + ")");
   return static_cast<packetdb::test::ScriptedMessage*>(message)->Finish("udbSendCommandAnswer");
 }

@@ -1,9 +1,13 @@
 #include "tests/support/record_file.h"
 
 #include <algorithm>
+#include <fstream>
 #include <optional>
+#include <stdexcept>
+#include <sys/stat.h>
 
 #include "platform/record_file.h"
+#include "tests/support/allocation.h"
 #include "tests/support/calls.h"
 
 namespace packetdb::test {
@@ -18,13 +22,21 @@ MemoryFiles& Files() {
   return files;
 }
 
+// A path that leads to no file on disk has no key.
+std::string MemoryFiles::Key(const std::string& path) const {
+  if (!follows_disk_) return path;
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 ? std::to_string(status.st_ino) : "";
+}
+
 std::shared_ptr<MemoryFile> MemoryFiles::Find(const std::string& path) const {
-  const auto found = files_.find(path);
+  const auto found = files_.find(Key(path));
   return found == files_.end() ? nullptr : found->second;
 }
 
 std::shared_ptr<MemoryFile> MemoryFiles::Create(const std::string& path) {
-  return files_[path] = std::make_shared<MemoryFile>();
+  if (follows_disk_ && !std::ofstream(path)) throw std::runtime_error("cannot make " + path);
+  return files_[Key(path)] = std::make_shared<MemoryFile>();
 }
 
 void MemoryFiles::Put(const std::string& path, const std::string& magic, std::size_t record_size,
@@ -56,6 +68,7 @@ std::string Args(std::initializer_list<std::string> arguments) {
 using packetdb::test::Args;
 using packetdb::test::Calls;
 using packetdb::test::Files;
+using packetdb::test::HostMemory;
 using packetdb::test::MemoryFile;
 
 // What an object sees of its file: a writer everything that is there, a reader the records that
@@ -73,6 +86,7 @@ class CDbFile::Impl {
   int Write(int ticket, const void* record);
   int Count();
   const std::string& path() const { return path_; }
+  int number() const { return number_; }
 
  private:
   int OpenExisting(const char* magic, unsigned long record_size, unsigned long max_records);
@@ -83,6 +97,7 @@ class CDbFile::Impl {
   std::uint64_t WindowEnd() const { return writes_ ? file_->NextSequence() : window_end_; }
   const std::string* RecordAt(int position) const;
 
+  const int number_ = Files().NextObject();
   std::string path_;
   std::shared_ptr<MemoryFile> file_;
   bool writes_ = false;
@@ -206,14 +221,29 @@ int CDbFile::Impl::Count() {
   return static_cast<int>(file_->records.size());
 }
 
-CDbFile::CDbFile() : m_Impl(std::make_unique<Impl>()) { Calls().Note("CDbFile()"); }
+namespace {
 
-CDbFile::~CDbFile() { Calls().Note("~CDbFile()"); }
+void NoteCall(int object, const std::string& call) {
+  Calls().Note(Files().ShowsObjects() ? std::to_string(object) + " " + call : call);
+}
+
+}  // namespace
+
+CDbFile::CDbFile() : m_Impl((HostMemory(), std::make_unique<Impl>())) {
+  const HostMemory host;
+  NoteCall(m_Impl->number(), "CDbFile()");
+}
+
+CDbFile::~CDbFile() {
+  const HostMemory host;
+  NoteCall(m_Impl->number(), "~CDbFile()");
+}
 
 int CDbFile::Init(const std::string& path, const char* magic, unsigned long recordSize,
                   unsigned long maxRecords, int mode) {
-  Calls().Note("Init" + Args({path, magic, std::to_string(recordSize), std::to_string(maxRecords),
-                              std::to_string(mode)}));
+  const HostMemory host;
+  NoteCall(m_Impl->number(), "Init" + Args({path, magic, std::to_string(recordSize),
+                                            std::to_string(maxRecords), std::to_string(mode)}));
   const auto planned = Calls().Planned("Init");
   if (planned && *planned < 0) {
     m_Impl->Close();
@@ -224,7 +254,8 @@ int CDbFile::Init(const std::string& path, const char* magic, unsigned long reco
 }
 
 int CDbFile::AppendRecord(const void* record) {
-  Calls().Note("AppendRecord()");
+  const HostMemory host;
+  NoteCall(m_Impl->number(), "AppendRecord()");
   const auto planned = Calls().Planned("AppendRecord");
   if (planned && *planned < 0) return *planned;
   const int result = m_Impl->Append(record);
@@ -232,7 +263,8 @@ int CDbFile::AppendRecord(const void* record) {
 }
 
 int CDbFile::ReadRecord(int index, void* record) {
-  Calls().Note("ReadRecord" + Args({std::to_string(index)}));
+  const HostMemory host;
+  NoteCall(m_Impl->number(), "ReadRecord" + Args({std::to_string(index)}));
   const auto planned = Calls().Planned("ReadRecord");
   if (planned && *planned < 0) return *planned;
   const int result = m_Impl->Read(index, record);
@@ -241,30 +273,35 @@ int CDbFile::ReadRecord(int index, void* record) {
 
 // A planned positive result delivers at most that many records.
 int CDbFile::ReadRecords(int first, void* records, int count) {
-  Calls().Note("ReadRecords" + Args({std::to_string(first), std::to_string(count)}));
+  const HostMemory host;
+  NoteCall(m_Impl->number(), "ReadRecords" + Args({std::to_string(first), std::to_string(count)}));
   const auto planned = Calls().Planned("ReadRecords");
   if (planned && *planned <= 0) return *planned;
   return m_Impl->ReadMany(first, records, std::min(count, planned.value_or(count)));
 }
 
 int CDbFile::WriteRecord(int index, const void* record) {
-  Calls().Note("WriteRecord" + Args({std::to_string(index)}));
+  const HostMemory host;
+  NoteCall(m_Impl->number(), "WriteRecord" + Args({std::to_string(index)}));
   const auto planned = Calls().Planned("WriteRecord");
   if (planned && *planned < 0) return *planned;
   return m_Impl->Write(index, record);
 }
 
 void CDbFile::Done() {
-  Calls().Note("Done()");
+  const HostMemory host;
+  NoteCall(m_Impl->number(), "Done()");
   m_Impl->Close();
 }
 
 std::string CDbFile::GetFilePath() const {
-  Calls().Note("GetFilePath()");
+  const HostMemory host;
+  NoteCall(m_Impl->number(), "GetFilePath()");
   return m_Impl->path();
 }
 
 int CDbFile::RecordCount() const {
-  Calls().Note("RecordCount()");
+  const HostMemory host;
+  NoteCall(m_Impl->number(), "RecordCount()");
   return m_Impl->Count();
 }

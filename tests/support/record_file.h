@@ -43,10 +43,25 @@ class MemoryFiles {
   // Puts down a file as another program would have left it.
   void Put(const std::string& path, const std::string& magic, std::size_t record_size,
            std::deque<std::string> records);
-  void Reset() { files_.clear(); }
+  // From now on a file's name and life are those of an empty file on disk, which is made with it:
+  // what moves or removes that moves or removes the file.
+  void FollowDisk() { follows_disk_ = true; }
+  // From now on Calls() tells which object was called: "2 Done()" for the second one made since
+  // Reset().
+  void ShowObjects() { shows_objects_ = true; }
+  void Reset() { *this = MemoryFiles(); }
+
+  // For the record file.
+  int NextObject() { return ++objects_; }
+  bool ShowsObjects() const { return shows_objects_; }
 
  private:
+  std::string Key(const std::string& path) const;
+
   std::map<std::string, std::shared_ptr<MemoryFile>> files_;
+  bool follows_disk_ = false;
+  bool shows_objects_ = false;
+  int objects_ = 0;
 };
 
 MemoryFiles& Files();

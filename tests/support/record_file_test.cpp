@@ -2,8 +2,11 @@
 // capacity, planned results.
 #include "tests/support/record_file.h"
 
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <string>
+#include <unistd.h>
 
 #include "platform/record_file.h"
 #include "tests/support/calls.h"
@@ -105,6 +108,30 @@ TEST_F(MemoryFileTest, NotesEveryCallWithItsArguments) {
   writer_.Done();
   EXPECT_THAT(Calls().All(), ::testing::ElementsAre("AppendRecord()", "WriteRecord(0)",
                                                     "ReadRecord(0)", "Done()"));
+}
+
+TEST_F(MemoryFileTest, NotesTheObjectOnRequest) {
+  Files().ShowObjects();
+  CDbFile first;
+  CDbFile second;
+  Calls().Forget();
+  second.Done();
+  first.Done();
+  EXPECT_THAT(Calls().All(), ::testing::ElementsAre("2 Done()", "1 Done()"));
+}
+
+// What is done to the file's name on disk is done to the file.
+TEST_F(MemoryFileTest, FollowsTheDiskOnRequest) {
+  const std::string path = ::testing::TempDir() + "followed " + std::to_string(getpid());
+  const std::string moved = path + ".moved";
+  Files().FollowDisk();
+  Files().Put(path, "magic", 1, {"a"});
+  std::filesystem::rename(path, moved);
+  EXPECT_EQ(Files().Find(path), nullptr);
+  ASSERT_NE(Files().Find(moved), nullptr);
+  EXPECT_EQ(Files().Find(moved)->records.front(), "a");
+  std::filesystem::remove(moved);
+  EXPECT_EQ(Files().Find(moved), nullptr);
 }
 
 }  // namespace

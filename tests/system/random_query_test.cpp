@@ -1,8 +1,8 @@
 // Random combinations of criteria against a naive filter.
-#include <cstdlib>
 #include <gmock/gmock.h>
 #include <random>
 
+#include "tests/support/seed.h"
 #include "tests/system/support/ask.h"
 #include "tests/system/support/daemon.h"
 #include "tests/system/support/naive_filter.h"
@@ -12,14 +12,7 @@ namespace packetdb::host::test {
 namespace {
 
 constexpr std::size_t kEvents = 300;
-constexpr int kQueries = 300;
-
-// Another one in every run; PACKETDB_SEED repeats one.
-unsigned int Seed() {
-  const char* given = std::getenv("PACKETDB_SEED");
-  return given == nullptr ? std::random_device{}()
-                          : static_cast<unsigned int>(std::strtoul(given, nullptr, 10));
-}
+constexpr int kQueries = 8000;
 
 // Makes queries around events of the journal, so that most of them select something.
 class QueryMaker {
@@ -82,10 +75,19 @@ class QueryMaker {
   std::mt19937& random_;
 };
 
+std::vector<std::string> Rows(const Answer& answer) {
+  std::vector<std::string> rows;
+  for (const PacketDbClientItem& row : answer.rows) {
+    rows.push_back(Served(row.m_Item));
+  }
+  return rows;
+}
+
 TEST(RandomQueryTest, AnswersAreTheNaiveFilters) {
-  const unsigned int seed = Seed();
-  RecordProperty("seed", std::to_string(seed));
-  SCOPED_TRACE("PACKETDB_SEED=" + std::to_string(seed));
+  const std::uint32_t seed = packetdb::test::Seed();
+  const std::string seed_text = packetdb::test::SeedText(seed);
+  SCOPED_TRACE(seed_text);
+  RecordProperty("seed", seed_text);
   std::mt19937 random(seed);
   const std::vector<SeenEvent> events = VariedEvents(kEvents, random);
   const TemporaryDirectory journals;
@@ -98,15 +100,13 @@ TEST(RandomQueryTest, AnswersAreTheNaiveFilters) {
     SCOPED_TRACE("query " + std::to_string(i));
     const Query query = maker.Make();
     const Answer answer = Ask(*connection, query);
-    std::vector<std::string> rows;
-    for (const PacketDbClientItem& row : answer.rows) {
-      rows.push_back(Served(row.m_Item));
-    }
+    const std::vector<std::string> rows = Rows(answer);
     ASSERT_EQ(answer.status, rows.empty() ? -3 : 0);
-    ASSERT_THAT(rows, testing::ElementsAreArray(NaiveAnswer(query, "edge", events)));
+    ASSERT_EQ(rows, NaiveAnswer(query, "edge", events));
     answered += rows.empty() ? 0 : 1;
   }
-  EXPECT_GT(answered, kQueries / 10) << "most queries should select something";
+  EXPECT_GT(answered, kQueries / 2) << "most queries should select something";
+  EXPECT_LT(answered, kQueries - kQueries / 20) << "some queries should select nothing";
 }
 
 }  // namespace
