@@ -8,7 +8,10 @@ enum ExitCode : int {
   kExitUsage = 2,        // options or criteria that make no sense
   kExitUnreachable = 3,  // no daemon behind the socket
   kExitNotPermitted = 4,
-  kExitFailed = 7,  // anything else
+  kExitDamaged = 5,  // a journal file is damaged; stdout says where
+  kExitFailed = 7,   // anything else
+  kExitInUse = 8,  // another process is at work in the journal file: a check found no damage beside
+                   // it, a conversion was refused
 };
 
 }  // namespace packetdb::host

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "host/cli/import_clock.h"
-#include "host/cli/import_options.h"
 #include "host/cli/import_summary.h"
+#include "host/cli/import_values.h"
 #include "host/cli/report.h"
 #include "host/journals/error.h"
 #include "host/sources/capture_reader.h"
@@ -75,6 +75,9 @@ ExitCode RunImport(const ImportOptions& options) {
     return kExitFailed;
   }
   GroupWriter writer(options.group);
+  if (writer.conversion()) {
+    Complain(Describe(*writer.conversion(), writer.path()));
+  }
   TimeKeeper keeper;
   keeper.RaiseFloor(writer.NewestTime());
   const std::uint64_t before = writer.RecordsAppended();

@@ -1,100 +1,53 @@
 #include "host/cli/import_options.h"
 
-#include <fmt/format.h>
-#include <utility>
-
-#include "host/cli/parse_number.h"
-#include "host/cli/usage_error.h"
-#include "host/journals/names.h"
-#include "host/sources/event.h"
+#include <CLI/CLI.hpp>
 
 namespace packetdb::host {
 
 namespace {
 
-static_assert(kLongestName == kMaxInterfaceName, "a name that is read can be journaled");
-
-void CheckInterfaceName(const std::string& name) {
-  if (!IsInterfaceName(name)) {
-    throw UsageError(
-        fmt::format("'{}' cannot be the name of an interface: 1 to {} bytes, no "
-                    "blanks, no '/'",
-                    name, kLongestName));
-  }
-}
-
-RuleOutcome OutcomeOf(std::string_view verdict, const std::string& text) {
-  if (verdict == "accept") {
-    return {kCodeAccepted, Verdict::kAccept};
-  }
-  if (verdict == "drop") {
-    return {kCodeDropped, Verdict::kDrop};
-  }
-  if (verdict == "reject") {
-    return {kCodeRejected, Verdict::kReject};
-  }
-  if (verdict == "log") {
-    return {kCodeLogged, Verdict::kNone};
-  }
-  throw UsageError(
-      fmt::format("'{}' is not a rule: behind the last '=' goes accept, drop, reject or "
-                  "log, and :CODE if wanted",
-                  text));
-}
-
-RuleOutcome ParseOutcome(std::string_view outcome, const std::string& text) {
-  const std::size_t colon = outcome.find(':');
-  RuleOutcome parsed = OutcomeOf(outcome.substr(0, colon), text);
-  if (colon != std::string_view::npos) {
-    const auto code = ParseNumber(outcome.substr(colon + 1), 1, kMaxPrefixCode);
-    if (!code) {
-      throw UsageError(
-          fmt::format("'{}' is not a rule: its code is not from 1 to {}", text, kMaxPrefixCode));
-    }
-    parsed.code = static_cast<std::uint32_t>(*code);
-  }
-  return parsed;
-}
+constexpr char kDefaultGroup[] = "all";
 
 }  // namespace
 
-void CheckGroupName(const std::string& name) {
-  if (!IsGroupName(name)) {
-    throw UsageError(DescribeBadGroupName(name));
-  }
-}
-
-InterfaceNames ParseInterfaceNames(const std::string& default_name,
-                                   const std::vector<std::string>& texts) {
-  CheckInterfaceName(default_name);
-  InterfaceNames names;
-  names.default_name = default_name;
-  for (const std::string& text : texts) {
-    const std::size_t equals = text.find('=');
-    const auto index = ParseNumber(text.substr(0, equals), 1, 0x7FFFFFFF);
-    if (equals == std::string::npos || !index) {
-      throw UsageError(fmt::format("'{}' does not name an interface: give INDEX=NAME", text));
-    }
-    const std::string name = text.substr(equals + 1);
-    CheckInterfaceName(name);
-    names.by_index[static_cast<std::uint32_t>(*index)] = name;
-  }
-  return names;
-}
-
-RuleTable ParseRules(const std::vector<std::string>& texts) {
-  RuleTable rules;
-  for (const std::string& text : texts) {
-    const std::size_t equals = text.rfind('=');
-    if (equals == std::string::npos || equals == 0) {
-      throw UsageError(
-          fmt::format("'{}' is not a rule: give PREFIX=VERDICT or "
-                      "PREFIX=VERDICT:CODE",
-                      text));
-    }
-    rules[text.substr(0, equals)] = ParseOutcome(std::string_view(text).substr(equals + 1), text);
-  }
-  return rules;
+CLI::App* AddImport(CLI::App& app, ImportOptions& options) {
+  options.group.group = kDefaultGroup;
+  CLI::App* import = app.add_subcommand("import", "Journal pcap and pcapng captures");
+  import->add_option("captures", options.captures, "Capture files, - for standard input")
+      ->required()
+      ->type_name("CAPTURE...");
+  import->add_option("-d,--directory", options.group.directory, "Where the journals are")
+      ->required()
+      ->type_name("DIR");
+  import->add_option("-g,--group", options.group.group, "Group to journal in (default: all)")
+      ->type_name("NAME");
+  import
+      ->add_option("--capacity", options.group.capacity,
+                   "records that a new journal keeps (default: 1000000)")
+      ->type_name("N")
+      ->check(CLI::Range(1, 0x7FFFFFFF).description(""));
+  import
+      ->add_option("--merge-window", options.group.window_seconds,
+                   "how long a new journal merges repeats of an event (default: 60)")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0L, 0x7FFFFFFFL).description(""));
+  import
+      ->add_option("-i,--interface", options.interface,
+                   "interface of captures that do not tell it (default: capture)")
+      ->type_name("NAME");
+  import
+      ->add_option("--interface-name", options.interface_names,
+                   "name of an interface that a capture tells by its index")
+      ->type_name("INDEX=NAME")
+      ->allow_extra_args(false);
+  import
+      ->add_option("--rule", options.rules,
+                   "what a log prefix means: accept, drop, reject or log, and an event code")
+      ->type_name("PREFIX=VERDICT[:CODE]")
+      ->allow_extra_args(false);
+  import->add_flag("--keep-old", options.group.keep_old,
+                   "keep the old file of a journal that is converted, as JOURNAL.pre-v4");
+  return import;
 }
 
 }  // namespace packetdb::host

@@ -1,24 +1,15 @@
-// The options of an import that need taking apart.
+// The options of `packetdb import`.
 #pragma once
 
-#include <string>
-#include <vector>
+#include "host/cli/import_command.h"
 
-#include "host/sources/interface_names.h"
-#include "host/sources/prefix.h"
+namespace CLI {
+class App;
+}
 
 namespace packetdb::host {
 
-// All throw UsageError.
-
-void CheckGroupName(const std::string& name);
-
-// From "7=wan0" each.
-InterfaceNames ParseInterfaceNames(const std::string& default_name,
-                                   const std::vector<std::string>& texts);
-
-// From "PREFIX=drop" or "PREFIX=accept:44" each; the last '=' counts. The verdict is accept, drop,
-// reject or log.
-RuleTable ParseRules(const std::vector<std::string>& texts);
+// Adds the subcommand, which fills `options` when the command line is parsed.
+CLI::App* AddImport(CLI::App& app, ImportOptions& options);
 
 }  // namespace packetdb::host

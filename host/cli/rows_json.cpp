@@ -1,8 +1,7 @@
 #include <netinet/in.h>
-#include <nlohmann/json.hpp>
 
+#include "host/cli/json_text.h"
 #include "host/cli/rows.h"
-#include "host/cli/times.h"
 #include "host/cli/words.h"
 #include "host/sources/event.h"
 
@@ -10,18 +9,10 @@ namespace packetdb::host {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-void AddTime(Json& object, const char* name, std::uint32_t seconds) {
-  const std::int64_t unix_seconds = std::int64_t{seconds} + TIME_1980_OFFSET;
-  object[name] = Rfc3339Time(unix_seconds);
-  object[std::string(name) + "_unix"] = unix_seconds;
-}
-
-Json ObjectOf(const CDrvErrorItemV4& event) {
-  Json object;
-  AddTime(object, "first_seen", event.m_FirstTime);
-  AddTime(object, "last_seen", event.m_LastTime);
+OrderedJson ObjectOf(const CDrvErrorItemV4& event) {
+  OrderedJson object;
+  AddJournalTime(object, "first_seen", event.m_FirstTime);
+  AddJournalTime(object, "last_seen", event.m_LastTime);
   object["count"] = std::uint32_t{event.m_Count};
   object["bytes"] = std::uint32_t{event.m_PacketSize};
   object["protocol"] = ProtocolWord(event.m_Protocol);
@@ -47,7 +38,7 @@ Json ObjectOf(const CDrvErrorItemV4& event) {
 
 void PrintJson(const Rows& rows, std::FILE* out) {
   for (const PacketDbClientItem& row : rows) {
-    const std::string line = ObjectOf(row.m_Item).dump() + "\n";
+    const std::string line = JsonLine(ObjectOf(row.m_Item));
     std::fputs(line.c_str(), out);
   }
 }

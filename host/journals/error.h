@@ -2,13 +2,21 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
 
 namespace packetdb::host {
 
 // what() says in one line what failed, on what, and what to do about it where that is known.
 class JournalError : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit JournalError(const std::string& text, int result = 0)
+      : std::runtime_error(text), result_(result) {}
+
+  // The code of host/record_file/result.h that is behind it; 0 when none is.
+  int result() const { return result_; }
+
+ private:
+  int result_;
 };
 
 }  // namespace packetdb::host

@@ -53,16 +53,6 @@ void WriteAll(int fd, std::string_view text, std::size_t offset, const std::stri
   }
 }
 
-void SyncDirectoryOf(const std::string& path) {
-  const std::filesystem::path parent = std::filesystem::path(path).parent_path();
-  // The directory itself may be a symbolic link: what is behind it is opened.
-  const std::string name = (parent / ".").string();
-  const Descriptor directory = Open(name, O_RDONLY | O_DIRECTORY);
-  if (directory.get() < 0 || fsync(directory.get()) != 0) {
-    Fail("sync the directory", name, errno);
-  }
-}
-
 std::string ReadAll(int fd, std::size_t size, const std::string& path) {
   std::string text(size, '\0');
   std::size_t have = 0;
@@ -135,6 +125,23 @@ void WriteTail(const std::string& path, std::size_t offset, std::string_view tex
   WriteAll(file.get(), text, offset, path);
   if (fdatasync(file.get()) != 0) {
     Fail("sync", path, errno);
+  }
+}
+
+void SyncFile(const std::string& path) {
+  const Descriptor file = Open(path, O_RDONLY);
+  if (file.get() < 0 || fsync(file.get()) != 0) {
+    Fail("sync", path, errno);
+  }
+}
+
+void SyncDirectoryOf(const std::string& path) {
+  const std::filesystem::path parent = std::filesystem::path(path).parent_path();
+  // The directory itself may be a symbolic link: what is behind it is opened.
+  const std::string name = (parent / ".").string();
+  const Descriptor directory = Open(name, O_RDONLY | O_DIRECTORY);
+  if (directory.get() < 0 || fsync(directory.get()) != 0) {
+    Fail("sync the directory", name, errno);
   }
 }
 

@@ -6,7 +6,7 @@
 
 namespace packetdb::host {
 
-// Both throw JournalError with the path and the system's reason.
+// All throw JournalError with the path and the system's reason.
 
 // The contents of the regular file at `path`, which must not be a symbolic link nor larger than
 // `limit` bytes. False when nothing is there.
@@ -18,5 +18,11 @@ void CreateSmallFile(const std::string& path, std::string_view text);
 
 // Writes `text` at `offset` and cuts off what was behind; on disk before this returns.
 void WriteTail(const std::string& path, std::size_t offset, std::string_view text);
+
+// Waits until what the file at `path` holds is on disk, whoever wrote it.
+void SyncFile(const std::string& path);
+
+// Waits until the names in the directory of `path` are on disk as they are now.
+void SyncDirectoryOf(const std::string& path);
 
 }  // namespace packetdb::host

@@ -62,19 +62,31 @@ GroupWriter::GroupWriter(const GroupOptions& options)
       known_before_(std::filesystem::exists(CataloguePath(options.directory, options.group))),
       catalogue_(OpenCatalogue(options)),
       storage_(boost::make_shared<DbFileStorage>()) {
-  const int capacity = CapacityOf(path_, options);
-  const int status = storage_->Init(path_, capacity, kWriteAndCreate, catalogue_.window());
-  if (status != 0) {
-    if (!known_before_ && !MayBeUsed(status)) {
+  try {
+    OpenJournal(options);
+  } catch (const JournalError& error) {
+    if (!known_before_ && !MayBeUsed(error.result())) {
       // It describes nothing, and would hold the next attempt to its window.
       std::error_code ignored;
       std::filesystem::remove(CataloguePath(options.directory, options.group), ignored);
     }
-    throw JournalError(
-        fmt::format("cannot open journal {}: {}", path_, DescribeRecordFileResult(status)));
+    throw;
   }
   // Again, now that the journal's lock is ours: another writer may have added interfaces meanwhile.
   catalogue_ = Catalogue::Load(CataloguePath(options.directory, options.group));
+}
+
+void GroupWriter::OpenJournal(const GroupOptions& options) {
+  conversion_ = ConvertIfOld(path_, {options.capacity, options.keep_old});
+  int status =
+      storage_->Init(path_, CapacityOf(path_, options), kWriteAndCreate, catalogue_.window());
+  if (status > 0) {
+    status = kUnsettled;  // an old file has appeared there since
+  }
+  if (status != 0) {
+    throw JournalError(
+        fmt::format("cannot open journal {}: {}", path_, DescribeRecordFileResult(status)), status);
+  }
 }
 
 GroupWriter::~GroupWriter() { storage_->Done(); }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "host/journals/catalogue.h"
+#include "host/journals/conversion.h"
 #include "packetdb/storage.h"
 
 namespace packetdb::host {
@@ -20,12 +21,14 @@ struct GroupOptions {
   // What an existing journal has wins over the defaults; asking for something else is an error.
   std::optional<int> capacity;
   std::optional<long> window_seconds;
+  bool keep_old = false;  // keep the old file of a journal that has to be converted
 };
 
 class GroupWriter {
  public:
   // Opens the group's journal for writing, after creating it (and the directory) when it is
-  // missing. Throws JournalError, also when somebody else has the journal open.
+  // missing and converting it when it is of an earlier format. Throws JournalError, also when
+  // somebody else has the journal open.
   explicit GroupWriter(const GroupOptions& options);
   ~GroupWriter();  // closes the journal
   GroupWriter(const GroupWriter&) = delete;
@@ -41,12 +44,18 @@ class GroupWriter {
   // JournalError.
   std::uint64_t RecordsAppended() const;
   int RecordCount() const;
+  // The conversion that opening made, or completed after a crash.
+  const std::optional<Conversion>& conversion() const { return conversion_; }
+  const std::string& path() const { return path_; }  // of the journal
   long window_seconds() const { return catalogue_.window(); }
 
  private:
+  void OpenJournal(const GroupOptions& options);
+
   std::string path_;
   bool known_before_;  // the group had a catalogue already
   Catalogue catalogue_;
+  std::optional<Conversion> conversion_;
   boost::shared_ptr<IJournalStorage> storage_;
   std::string last_interface_;
   std::size_t last_hash_ = 0;

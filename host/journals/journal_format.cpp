@@ -1,5 +1,6 @@
 #include "host/journals/journal_format.h"
 
+#include "host/record_file/result.h"
 #include "packetdb/journal_format.h"
 
 namespace packetdb::host {
@@ -32,6 +33,19 @@ std::string_view FormatName(JournalFormat format) {
     default:
       return "none";
   }
+}
+
+int ProbeJournal(const std::string& path, RecordFileInfo* out) {
+  RecordFileInfo info;
+  const int status = ProbeRecordFile(path, &info);
+  if (status < 0) {
+    return status;
+  }
+  if (FormatOf(info) == JournalFormat::kOther) {
+    return kOtherFormat;
+  }
+  *out = info;
+  return status;
 }
 
 }  // namespace packetdb::host

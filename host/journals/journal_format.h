@@ -1,6 +1,7 @@
 // Which journal format a record file has.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "host/record_file/probe.h"
@@ -18,6 +19,9 @@ JournalFormat FormatOf(const RecordFileInfo& file);
 
 // "3", "4.1", "4"; "none" for kOther.
 std::string_view FormatName(JournalFormat format);
+
+// As ProbeRecordFile, but kOtherFormat for a record file that is no journal of any format.
+int ProbeJournal(const std::string& path, RecordFileInfo* out);
 
 // Whether the writer converts it when it opens it.
 inline bool IsOldFormat(JournalFormat format) {

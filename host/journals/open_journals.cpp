@@ -7,9 +7,10 @@
 #include <system_error>
 
 #include "host/journals/catalogue.h"
+#include "host/journals/conversion_files.h"
 #include "host/journals/error.h"
+#include "host/journals/journal_format.h"
 #include "host/journals/names.h"
-#include "host/record_file/probe.h"
 #include "host/record_file/result.h"
 
 namespace packetdb::host {
@@ -18,6 +19,19 @@ namespace {
 
 constexpr int kReadOnly = 0;
 
+// The group whose conversion keeps a file of this name; empty for a file of any other name.
+std::string GroupConvertedIn(const std::string& file) {
+  for (const std::string_view suffix : {kOldSuffix, kTemporarySuffix}) {
+    const std::string tail = std::string(kJournalSuffix).append(suffix);
+    std::string group = file.ends_with(tail) ? file.substr(0, file.size() - tail.size()) : "";
+    if (IsGroupName(group)) {
+      return group;
+    }
+  }
+  return {};
+}
+
+// Also those that have no journal at the moment, but what a conversion makes of one.
 std::vector<std::string> GroupsIn(const std::string& directory) {
   std::vector<std::string> groups;
   std::error_code failed;
@@ -26,23 +40,43 @@ std::vector<std::string> GroupsIn(const std::string& directory) {
     const std::filesystem::path file = entry->path().filename();
     if (file.extension() == kJournalSuffix && IsGroupName(file.stem().string())) {
       groups.push_back(file.stem().string());
+    } else if (const std::string group = GroupConvertedIn(file.string()); !group.empty()) {
+      groups.push_back(group);
     }
   }
   if (failed) {
     throw JournalError(fmt::format("cannot read directory {}: {}", directory, failed.message()));
   }
   std::sort(groups.begin(), groups.end());
+  groups.erase(std::unique(groups.begin(), groups.end()), groups.end());
   return groups;
+}
+
+// The library would convert it, and only a writer does that with care.
+void RefuseOld(const std::string& path) {
+  RecordFileInfo info;
+  const int status = ProbeJournal(path, &info);
+  if (status == 0 && IsOldFormat(FormatOf(info))) {
+    throw JournalError(
+        fmt::format("cannot open journal {0}: it is of format {1}; `packetdb convert {0}` converts "
+                    "it, and so does the next import into its group",
+                    path, FormatName(FormatOf(info))));
+  }
+  const ConversionFiles files(path);
+  if (status == kMissing && (IsThere(files.old) || IsThere(files.temporary))) {
+    throw JournalError(
+        fmt::format("cannot open journal {0}: it is being converted, or its conversion was "
+                    "interrupted; `packetdb convert {0}` completes that, and so does the next "
+                    "import into its group",
+                    path));
+  }
 }
 
 // Looks before the library opens the file: what is not a journal of ours is left alone.
 boost::shared_ptr<IJournalStorage> OpenReadOnly(const std::string& path, long window) {
   RecordFileInfo info;
-  int status = ProbeRecordFile(path, &info);
+  int status = ProbeJournal(path, &info);
   auto storage = boost::make_shared<DbFileStorage>();
-  if (status == 0 && info.record_size != sizeof(PacketDbItemPacked)) {
-    status = kOtherFormat;
-  }
   if (status == 0) {
     status = storage->Init(path, static_cast<int>(info.capacity), kReadOnly, window);
   }
@@ -78,9 +112,12 @@ OpenJournals::~OpenJournals() {
 }
 
 OpenJournals::Group OpenJournals::Open(const std::string& directory, const std::string& name) {
+  const std::string path = JournalPath(directory, name);
+  // First: an old journal may come from a host that had no catalogues, and there is none to
+  // restore.
+  RefuseOld(path);
   const Catalogue catalogue = Catalogue::Load(CataloguePath(directory, name));
-  return {name, catalogue.interfaces(),
-          OpenReadOnly(JournalPath(directory, name), catalogue.window())};
+  return {name, catalogue.interfaces(), OpenReadOnly(path, catalogue.window())};
 }
 
 // A name answers for one journal: groups come first, then interfaces in the order of their groups.

@@ -35,6 +35,12 @@ TEST_F(FileIterTest, SearchIsTraced) {
                      "did not match, let's shift to left, i 4, left 4, right 5", "break at 4"}));
 }
 
+TEST_F(FileIterTest, EveryTraceOfTheSearchBelongsToLevelFive) {
+  JournalAt({10, 20, 30, 40, 50, 60, 70});
+  Traces(Query1980(45, 45));
+  for (const auto& line : Log().Lines()) EXPECT_EQ(line.level, 5) << line.Text();
+}
+
 TEST_F(FileIterTest, AllRecordsTooOldNeedNoBatch) {
   JournalAt({10, 20, 30});
   CallsOf([this] { EXPECT_EQ(Selected(Query1980(31, 100)), Strings{}); });

@@ -43,6 +43,15 @@ TEST_F(MatchFlags, OtherBitsDoNotSetTheTwins) {
   EXPECT_TRUE(MatchesFlags(~kTwinBits, 0, kTwinBits));
 }
 
+TEST_F(MatchFlags, TwinsSetNoOtherBits) {
+  for (const std::uint32_t twin : {0x00800000u, 0x01000000u}) {
+    EXPECT_TRUE(MatchesFlags(twin, 0, ~kTwinBits));
+    for (std::uint32_t bit = 1; bit != 0; bit <<= 1) {
+      EXPECT_EQ(MatchesFlags(twin, bit, 0), (bit & kTwinBits) != 0) << bit;
+    }
+  }
+}
+
 TEST_F(MatchFlags, MissingWantedBitIsTracedWithTheRawFlags) {
   event_.Flags(0x00800000);
   query_.m_FlagsWanted = 0x00800003;

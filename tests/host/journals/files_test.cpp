@@ -52,6 +52,13 @@ TEST_F(SmallFile, ThatCannotBeOpenedIsAnErrorWithTheReason) {
             "cannot open " + below + ": Not a directory");
 }
 
+TEST_F(SmallFile, ThatCannotBeSyncedIsAnErrorWithTheReason) {
+  const std::string reason = ": No such file or directory";
+  EXPECT_EQ(WhatOf<JournalError>([&] { SyncFile(path_); }), "cannot sync " + path_ + reason);
+  EXPECT_EQ(WhatOf<JournalError>([&] { SyncDirectoryOf(path_ + "/below"); }),
+            "cannot sync the directory " + path_ + "/." + reason);
+}
+
 TEST_F(SmallFile, IsNotReadThroughASymbolicLink) {
   WriteText(directory_.Path("target"), "secret");
   std::filesystem::create_symlink("target", path_);

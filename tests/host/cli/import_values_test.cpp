@@ -1,4 +1,4 @@
-#include "host/cli/import_options.h"
+#include "host/cli/import_values.h"
 
 #include <gmock/gmock.h>
 #include <ostream>

@@ -1,0 +1,29 @@
+// Whether the records of a journal say what a journal can say.
+#pragma once
+
+#include <cstdint>
+
+#include "host/journals/journal_format.h"
+#include "host/record_file/check.h"
+#include "host/record_file/snapshot.h"
+
+namespace packetdb::host {
+
+inline constexpr std::string_view kFindCount = "count";
+inline constexpr std::string_view kFindCountCopy = "count_copy";
+inline constexpr std::string_view kFindTimes = "times";
+inline constexpr std::string_view kFindOrder = "order";
+inline constexpr std::string_view kFindUnstable = "unstable";
+
+struct RecordsChecked {
+  std::uint64_t whole = 0;     // records that were read and checked
+  std::uint64_t gone = 0;      // overwritten by newer ones before they could be read
+  std::uint64_t unstable = 0;  // never read whole; each is a warning as well
+};
+
+// Checks every record of a snapshot that has begun, in a journal of `format`, which is not kOther.
+// Positions are those of the fields. `checked` counts up to the failure, if there is one.
+RecordFileResult CheckRecords(Snapshot& snapshot, JournalFormat format, const FindingSink& sink,
+                              RecordsChecked* checked);
+
+}  // namespace packetdb::host

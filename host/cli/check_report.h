@@ -1,0 +1,49 @@
+// What a check of a journal file found.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "host/cli/check_records.h"
+#include "host/journals/journal_format.h"
+#include "host/record_file/check.h"
+
+namespace packetdb::host {
+
+class CheckReport {
+ public:
+  explicit CheckReport(std::string path) : path_(std::move(path)) {}
+
+  void Add(const Finding& finding);
+  // What the records are and how many were read; left out where the file could not be read as far.
+  void SetRecords(JournalFormat format, const RecordsChecked& checked);
+  void SetWriter(bool writer) { writer_ = writer; }
+
+  std::uint64_t Count(Severity severity) const;
+  bool damaged() const { return Count(Severity::kDamage) != 0; }
+  bool writer() const { return writer_; }
+
+  // A line for each finding, and one that sums up.
+  void PrintText(std::FILE* out) const;
+  // One object; docs/guide.md has its keys.
+  void PrintJson(std::FILE* out) const;
+
+ private:
+  std::string Verdict() const;
+  std::string RecordsRead() const;
+
+  std::string path_;
+  std::vector<Finding> findings_;  // the first kMostFindings
+  std::array<std::uint64_t, 3> counts_ = {};
+  std::optional<JournalFormat> format_;
+  RecordsChecked checked_;
+  bool writer_ = false;
+};
+
+}  // namespace packetdb::host

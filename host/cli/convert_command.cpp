@@ -1,0 +1,76 @@
+#include "host/cli/convert_command.h"
+
+#include <cstdio>
+#include <fmt/format.h>
+
+#include "host/cli/report.h"
+#include "host/journals/conversion.h"
+#include "host/journals/conversion_plan.h"
+#include "host/journals/error.h"
+#include "host/log/escape.h"
+#include "host/record_file/result.h"
+
+namespace packetdb::host {
+
+namespace {
+
+ExitCode ExitCodeOf(const JournalError& error) {
+  switch (error.result()) {
+    case kInUse:
+      return kExitInUse;
+    case kNoPermission:
+      return kExitNotPermitted;
+    default:
+      return kExitFailed;
+  }
+}
+
+ExitCode Answer(const std::string& line) {
+  fmt::print("{}\n", EscapeForLog(line));
+  return FlushOutput() ? kExitOk : kExitFailed;
+}
+
+std::string Records(std::uint64_t count) {
+  return fmt::format("{} record{}", count, count == 1 ? "" : "s");
+}
+
+std::string AlreadyCurrent(const std::string& path, std::uint64_t records) {
+  return fmt::format("journal {} is of format 4 already: {}", path, Records(records));
+}
+
+std::string DescribePlan(const ConversionPlan& plan, const std::string& path) {
+  const bool is_old = IsOldFormat(plan.format);
+  if (!is_old && !plan.interrupted) {
+    return AlreadyCurrent(path, plan.records);
+  }
+  const std::string what = fmt::format("journal {}{}: format {}, {}", path,
+                                       plan.interrupted ? ", whose conversion was interrupted" : "",
+                                       FormatName(plan.format), Records(plan.records));
+  return plan.bytes_needed == 0
+             ? fmt::format("{}; nothing is left to do but to remove what it left", what)
+             : fmt::format("{}; converting it takes {} bytes, and nothing stands in the way", what,
+                           plan.bytes_needed);
+}
+
+std::string Convert(const ConvertOptions& options, const ConversionWishes& wishes) {
+  if (options.dry_run) {
+    return DescribePlan(PlanConversion(options.file, wishes), options.file);
+  }
+  if (const auto conversion = ConvertIfOld(options.file, wishes)) {
+    return Describe(*conversion, options.file);
+  }
+  return AlreadyCurrent(options.file, PlanConversion(options.file, wishes).records);
+}
+
+}  // namespace
+
+ExitCode RunConvert(const ConvertOptions& options) {
+  try {
+    return Answer(Convert(options, {.capacity = {}, .keep_old = options.keep_old}));
+  } catch (const JournalError& error) {
+    Complain(error.what());
+    return ExitCodeOf(error);
+  }
+}
+
+}  // namespace packetdb::host

@@ -1,0 +1,181 @@
+#include "host/cli/info_report.h"
+
+#include <fmt/format.h>
+#include <string_view>
+
+#include "host/cli/json_text.h"
+#include "host/cli/times.h"
+#include "host/log/escape.h"
+#include "host/record_file/header.h"
+#include "packetdb/storage.h"
+
+namespace packetdb::host {
+
+namespace {
+
+std::uint64_t Records(const InfoReport& info) {
+  return LiveRecords(info.facts.geometry, info.facts.next);
+}
+
+bool HasBound(const InfoReport& info) { return info.facts.format.capacity != 0; }
+
+bool IsFull(const InfoReport& info) {
+  return HasBound(info) && Records(info) == info.facts.format.capacity;
+}
+
+double FillPercent(const InfoReport& info) {
+  return 100.0 * static_cast<double>(Records(info)) /
+         static_cast<double>(info.facts.format.capacity);
+}
+
+double PacketsPerRecord(const JournalSummary& summary) {
+  return static_cast<double>(summary.packets) / static_cast<double>(summary.read);
+}
+
+std::uint64_t CoveredSeconds(const JournalSummary& summary) {
+  return summary.newest < summary.oldest ? 0 : summary.newest - summary.oldest;
+}
+
+// In how many seconds `records` more will have come at the recent rate.
+std::uint64_t SecondsUntil(std::uint64_t records, const RecentRate& rate) {
+  return static_cast<std::uint64_t>(static_cast<double>(records) / rate.PerSecond());
+}
+
+void Line(std::FILE* out, std::string_view name, const std::string& text) {
+  fmt::print(out, "{:<12}  {}\n", name, text);
+}
+
+std::string TimeText(std::uint32_t seconds) {
+  return LocalTime(std::int64_t{seconds} + TIME_1980_OFFSET);
+}
+
+std::string RecordsText(const InfoReport& info) {
+  const std::uint64_t records = Records(info);
+  std::string text = HasBound(info) ? fmt::format("{} of {}, {:.1f} % full", records,
+                                                  info.facts.format.capacity, FillPercent(info))
+                                    : fmt::format("{}, no bound", records);
+  if (records != 0) {
+    text += fmt::format("; numbers {} to {}", info.facts.next - records, info.facts.next - 1);
+  }
+  return text;
+}
+
+std::string RateText(const JournalSummary& summary) {
+  if (!summary.recent) {
+    return "not known: no time passed between the records";
+  }
+  return fmt::format("{:.3f} records a second: {} in the newest tenth of the time, {} s",
+                     summary.recent->PerSecond(), summary.recent->records, summary.recent->seconds);
+}
+
+std::string RoomText(const InfoReport& info) {
+  if (!HasBound(info)) {
+    return "no bound: nothing is ever overwritten, the file grows";
+  }
+  const auto& recent = info.summary.recent;
+  if (IsFull(info)) {
+    const std::string text = "none: every new record overwrites the oldest";
+    return recent ? fmt::format("{}; one is kept for {} at the recent rate", text,
+                                DurationText(SecondsUntil(info.facts.format.capacity, *recent)))
+                  : text;
+  }
+  const std::uint64_t room = info.facts.format.capacity - Records(info);
+  return recent ? fmt::format("{} records, {} at the recent rate before the oldest is overwritten",
+                              room, DurationText(SecondsUntil(room, *recent)))
+                : fmt::format("{} records", room);
+}
+
+void PrintContents(const InfoReport& info, std::FILE* out) {
+  const JournalSummary& summary = info.summary;
+  Line(out, "oldest", TimeText(summary.oldest) + ", first seen");
+  Line(out, "newest", TimeText(summary.newest) + ", last seen");
+  Line(out, "time covered", DurationText(CoveredSeconds(summary)));
+  Line(out, "packets",
+       fmt::format("{}, {:.1f} in a record", summary.packets, PacketsPerRecord(summary)));
+  Line(out, "recent rate", RateText(summary));
+}
+
+void AddContents(OrderedJson& object, const JournalSummary& summary) {
+  object["packets"] = summary.packets;
+  if (summary.read == 0) {
+    return;
+  }
+  AddJournalTime(object, "oldest", summary.oldest);
+  AddJournalTime(object, "newest", summary.newest);
+  object["covered_seconds"] = CoveredSeconds(summary);
+  object["packets_per_record"] = PacketsPerRecord(summary);
+  if (summary.recent) {
+    object["recent_records"] = summary.recent->records;
+    object["recent_seconds"] = summary.recent->seconds;
+    object["recent_rate"] = summary.recent->PerSecond();
+  }
+}
+
+void AddBound(OrderedJson& object, const InfoReport& info) {
+  const std::uint64_t capacity = info.facts.format.capacity;
+  object["capacity"] = HasBound(info) ? OrderedJson(capacity) : OrderedJson();
+  if (!HasBound(info)) {
+    return;
+  }
+  object["fill_percent"] = FillPercent(info);
+  object["overwriting"] = IsFull(info);
+  if (const auto& recent = info.summary.recent) {
+    const std::uint64_t room = capacity - Records(info);
+    object["seconds_to_overwriting"] = SecondsUntil(room, *recent);
+    object["seconds_kept"] = SecondsUntil(capacity, *recent);
+  }
+}
+
+}  // namespace
+
+std::string DurationText(std::uint64_t seconds) {
+  constexpr std::uint64_t kMinute = 60;
+  constexpr std::uint64_t kHour = 60 * kMinute;
+  constexpr std::uint64_t kDay = 24 * kHour;
+  if (seconds >= kDay) {
+    return fmt::format("{} d {} h", seconds / kDay, seconds % kDay / kHour);
+  }
+  if (seconds >= kHour) {
+    return fmt::format("{} h {} min", seconds / kHour, seconds % kHour / kMinute);
+  }
+  if (seconds >= kMinute) {
+    return fmt::format("{} min {} s", seconds / kMinute, seconds % kMinute);
+  }
+  return fmt::format("{} s", seconds);
+}
+
+void PrintInfoText(const InfoReport& info, std::FILE* out) {
+  Line(out, "file", EscapeForLog(info.path));
+  Line(out, "format",
+       fmt::format("{}, records of {} bytes", FormatName(info.format),
+                   info.facts.format.record_size));
+  Line(out, "size", fmt::format("{} bytes", info.facts.length));
+  Line(out, "records", RecordsText(info));
+  if (info.summary.read != 0) {
+    PrintContents(info, out);
+  }
+  Line(out, "room", RoomText(info));
+  Line(out, "writer", info.writer ? "has it open" : "none has it open");
+  if (const std::uint64_t lost = info.summary.gone + info.summary.unstable; lost != 0) {
+    Line(out, "not counted", fmt::format("{} records that changed while they were read", lost));
+  }
+}
+
+void PrintInfoJson(const InfoReport& info, std::FILE* out) {
+  const std::uint64_t records = Records(info);
+  OrderedJson object;
+  object["file"] = info.path;
+  object["format"] = FormatName(info.format);
+  object["layout_version"] = info.facts.layout_version;
+  object["record_size"] = info.facts.format.record_size;
+  object["file_bytes"] = info.facts.length;
+  object["writer"] = info.writer;
+  object["records"] = records;
+  object["next_record"] = info.facts.next;
+  object["records_read"] = info.summary.read;
+  AddBound(object, info);
+  AddContents(object, info.summary);
+  std::fputs(JsonLine(object).c_str(), out);
+}
+
+}  // namespace packetdb::host

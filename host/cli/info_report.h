@@ -1,0 +1,30 @@
+// What `packetdb info` tells.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+#include "host/cli/journal_summary.h"
+#include "host/journals/journal_format.h"
+#include "host/record_file/inspect.h"
+
+namespace packetdb::host {
+
+struct InfoReport {
+  std::string path;
+  JournalFormat format = JournalFormat::k4;
+  FileFacts facts;
+  JournalSummary summary;
+  bool writer = false;  // somebody has the file open for writing
+};
+
+// A line for each fact.
+void PrintInfoText(const InfoReport& info, std::FILE* out);
+// One object; docs/guide.md has its keys.
+void PrintInfoJson(const InfoReport& info, std::FILE* out);
+
+// "2 d 3 h", "5 min 20 s": the two largest units that say something, rounded down.
+std::string DurationText(std::uint64_t seconds);
+
+}  // namespace packetdb::host

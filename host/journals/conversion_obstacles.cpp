@@ -1,0 +1,107 @@
+#include "host/journals/conversion_obstacles.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <fmt/format.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include "host/journals/converted.h"
+#include "host/journals/error.h"
+#include "host/record_file/header.h"
+#include "host/record_file/result.h"
+#include "packetdb/journal_format.h"
+
+namespace packetdb::host {
+
+namespace {
+
+[[noreturn]] void CannotConvert(const std::string& path, std::string_view reason, int result) {
+  throw JournalError(fmt::format("cannot convert journal {}: {}", path, reason), result);
+}
+
+std::string DirectoryOf(const std::string& path) {
+  return (std::filesystem::path(path).parent_path() / ".").string();
+}
+
+void RequireCapacity(const std::string& path, const RecordFileInfo& old, int wished) {
+  const bool same =
+      wished < 0 ? old.capacity == 0 : wished > 0 && static_cast<unsigned>(wished) == old.capacity;
+  if (!same) {
+    // What opening today's journal with another capacity says.
+    throw JournalError(
+        fmt::format("cannot open journal {}: {}", path, DescribeRecordFileResult(kOtherCapacity)),
+        kOtherCapacity);
+  }
+}
+
+void RequireWritable(const ConversionFiles& files, const std::string& what, int access) {
+  if (faccessat(AT_FDCWD, what.c_str(), access, AT_EACCESS) != 0) {
+    const RecordFileResult result = ResultFromErrno(errno);
+    CannotConvert(
+        files.journal,
+        fmt::format("{} must be written for that: {}", what, DescribeRecordFileResult(result)),
+        result);
+  }
+}
+
+// The converted file would belong to this user, and its owner could write it no more.
+void RequireOwner(const ConversionFiles& files, uid_t owner) {
+  const uid_t user = geteuid();
+  if (user != 0 && user != owner) {
+    CannotConvert(files.journal, "it belongs to another user, who has to convert it, or root",
+                  kNoPermission);
+  }
+}
+
+}  // namespace
+
+void RequireNoObstacle(const ConversionFiles& files, const HeldFile& old,
+                       const ConversionWishes& wishes, bool complete) {
+  if (wishes.capacity) {
+    RequireCapacity(files.journal, old.info(), *wishes.capacity);
+  }
+  RequireWritable(files, DirectoryOf(files.journal), W_OK | X_OK);
+  // An interrupted conversion may have left it no name but the second.
+  const std::string& name = old.IsAt(files.journal) ? files.journal : files.old;
+  RequireWritable(files, name, R_OK | W_OK);
+  RequireOwner(files, old.owner());
+  if (const int status = TryToOpen(name, old.info(), complete); status < 0) {
+    CannotConvert(files.journal, DescribeRecordFileResult(status), status);
+  }
+  RequireLeftover(files.temporary, old.owner());
+  RequireLeftover(files.unborn, old.owner());
+  if (wishes.keep_old && IsThere(files.kept) && !old.IsAt(files.kept)) {
+    CannotConvert(files.journal,
+                  fmt::format("the old file cannot be kept as {}: something of that name is there",
+                              files.kept),
+                  0);
+  }
+}
+
+std::uint64_t ConvertedSize(const RecordFileInfo& old) {
+  const HeaderPage header = MakeHeader(
+      {.magic = kJournalMagic, .record_size = kJournalRecordSize, .capacity = old.capacity});
+  const std::uint64_t growth = GrowthSlots(header.slot_size);
+  const std::uint64_t slots = old.capacity != 0
+                                  ? header.slot_count
+                                  : RoundUp(std::max(old.records, std::uint64_t{1}), growth);
+  return header.slots_offset + slots * header.slot_size;
+}
+
+void RequireSpace(const std::string& path, std::uint64_t bytes) {
+  struct statvfs disk {};
+  if (statvfs(DirectoryOf(path).c_str(), &disk) != 0) {
+    const RecordFileResult result = ResultFromErrno(errno);
+    CannotConvert(path, DescribeRecordFileResult(result), result);
+  }
+  const std::uint64_t available = std::uint64_t{disk.f_bavail} * disk.f_frsize;
+  if (available < bytes) {
+    CannotConvert(path, fmt::format("it takes {} bytes, and {} are available", bytes, available),
+                  kNoSpace);
+  }
+}
+
+}  // namespace packetdb::host

@@ -1,0 +1,143 @@
+// What a conversion would do, told without doing it.
+#include "host/journals/conversion_plan.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <gmock/gmock.h>
+
+#include "host/journals/conversion.h"
+#include "host/journals/error.h"
+#include "tests/host/journals/old_journals.h"
+#include "tests/host/journals/support.h"
+#include "tests/host/record_file/disk.h"
+
+namespace packetdb::host::test {
+namespace {
+
+using testing::HasSubstr;
+
+class PlannedConversion : public testing::Test {
+ protected:
+  ConversionPlan Plan() const {
+    const auto before = Snapshot(group_.directory());
+    const ConversionPlan plan = PlanConversion(journal_, {});
+    EXPECT_EQ(Snapshot(group_.directory()), before);
+    return plan;
+  }
+  std::string Error(const ConversionWishes& wishes = {}) const {
+    const auto before = Snapshot(group_.directory());
+    const std::string error = WhatOf<JournalError>([&] { PlanConversion(journal_, wishes); });
+    EXPECT_EQ(Snapshot(group_.directory()), before);
+    return error;
+  }
+
+  const OldGroup group_;
+  const std::string journal_ = group_.Path();
+  const std::string old_ = group_.Path(".~old");
+};
+
+TEST_F(PlannedConversion, TellsFormatRecordsAndTheSizeOfTheNewFile) {
+  for (const auto& [capacity, count] : {std::pair{10, 25},
+                                        {1000, 101},
+                                        {kNoBound, 0},
+                                        {kNoBound, 5},
+                                        {kNoBound, 14563},
+                                        {kNoBound, 14564}}) {
+    MakeOld(journal_, JournalFormat::k3, count, capacity);
+    const ConversionPlan plan = Plan();
+    EXPECT_EQ(plan.format, JournalFormat::k3);
+    EXPECT_FALSE(plan.interrupted);
+    EXPECT_EQ(ConvertIfOld(journal_, {})->records, plan.records);
+    EXPECT_EQ(std::filesystem::file_size(journal_), plan.bytes_needed) << capacity << ' ' << count;
+  }
+}
+
+TEST_F(PlannedConversion, OfTodaysJournalTakesNothing) {
+  group_.Open();
+  const ConversionPlan plan = Plan();
+  EXPECT_EQ(plan.format, JournalFormat::k4);
+  EXPECT_EQ(plan.records, 0U);
+  EXPECT_EQ(plan.bytes_needed, 0U);
+  EXPECT_FALSE(plan.interrupted);
+}
+
+TEST_F(PlannedConversion, NeedsAJournal) {
+  EXPECT_EQ(Error(), "cannot open journal " + journal_ + ": the file or its folder does not exist");
+}
+
+TEST_F(PlannedConversion, TellsWhatStandsInTheWay) {
+  MakeOld(journal_, JournalFormat::k41, 5);
+  std::filesystem::create_directory(group_.Path(".~tmp"));
+  EXPECT_EQ(Error(), group_.Path(".~tmp") + " is in the way: it is a directory; move it away");
+  std::filesystem::remove(group_.Path(".~tmp"));
+  WriteText(group_.Path(".pre-v4"), "precious");
+  EXPECT_THAT(Error({.capacity = {}, .keep_old = true}), HasSubstr("something of that name"));
+  EXPECT_EQ(Plan().records, 5U) << "it is not wanted";
+}
+
+TEST_F(PlannedConversion, TellsOfAnInterruptedOneThatHasToBeDoneAnew) {
+  MakeOld(old_, JournalFormat::k41, 5);
+  const ConversionPlan plan = Plan();
+  EXPECT_TRUE(plan.interrupted);
+  EXPECT_EQ(plan.format, JournalFormat::k41);
+  EXPECT_EQ(plan.records, 5U);
+  EXPECT_GT(plan.bytes_needed, 0U);
+}
+
+TEST_F(PlannedConversion, TellsOfAnInterruptedOneThatIsAsGoodAsDone) {
+  MakeOld(journal_, JournalFormat::k41, 5);
+  ConvertIfOld(journal_, {});
+  MakeOld(old_, JournalFormat::k41, 5);
+  const ConversionPlan plan = Plan();
+  EXPECT_TRUE(plan.interrupted);
+  EXPECT_EQ(plan.bytes_needed, 0U);
+}
+
+TEST_F(PlannedConversion, TellsOfOneThatLacksOnlyItsName) {
+  group_.Open();
+  std::filesystem::rename(journal_, group_.Path(".~tmp"));
+  const ConversionPlan plan = Plan();
+  EXPECT_TRUE(plan.interrupted);
+  EXPECT_EQ(plan.format, JournalFormat::k4);
+}
+
+// An overwrite that a killed writer left half done is completed by who writes, not by who looks.
+TEST_F(PlannedConversion, LeavesAHalfDoneOverwriteToTheConversion) {
+  MakeOld(journal_, JournalFormat::k41, 5);
+  Bytes bytes = ReadBytes(journal_);
+  StateWords state = StateOf(bytes);
+  state.redo = 1;
+  PutState(state, &bytes);
+  const std::string redo = OldRecord(JournalFormat::k41, 0);
+  std::copy(redo.begin(), redo.end(), bytes.begin() + kRedoRecordOffset);
+  WriteBytes(journal_, bytes);
+  EXPECT_EQ(Plan().records, 5U);
+  ASSERT_TRUE(ConvertIfOld(journal_, {}));
+  EXPECT_EQ(NumbersIn(journal_, JournalFormat::k41), Numbers(0, 5));
+}
+
+// The largest old file there can be, made of a hole: the new one would be 155 GB of disk.
+TEST_F(PlannedConversion, IsRefusedOnADiskThatHasNotTheSpace) {
+  MakeOld(journal_, JournalFormat::k3, 1, 1);
+  Bytes bytes = ReadBytes(journal_);
+  HeaderPage header = HeaderOf(bytes);
+  header.capacity = kMaxRecords;
+  header.slot_count = kMaxRecords + kSpareSlots;
+  PutSoundHeader(header, &bytes);
+  WriteBytes(journal_, bytes);
+  std::filesystem::resize_file(journal_,
+                               header.slots_offset + header.slot_count * header.slot_size);
+  const std::uintmax_t available = std::filesystem::space(journal_).available;
+  const std::string error = WhatOf<JournalError>([&] { PlanConversion(journal_, {}); });
+  EXPECT_EQ(error.find("it takes 154618830848 bytes") != std::string::npos,
+            available < 154618830848U)
+      << error;
+}
+
+TEST_F(PlannedConversion, IsRefusedForWantOfSpace) {
+  EXPECT_THAT(WhatOf<JournalError>([&] { RequireSpace(journal_, ~std::uint64_t{0}); }),
+              HasSubstr("it takes 18446744073709551615 bytes, and "));
+}
+
+}  // namespace
+}  // namespace packetdb::host::test
