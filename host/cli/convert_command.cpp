@@ -5,6 +5,7 @@
 
 #include "host/cli/report.h"
 #include "host/journals/conversion.h"
+#include "host/journals/conversion_files.h"
 #include "host/journals/conversion_plan.h"
 #include "host/journals/error.h"
 #include "host/log/escape.h"
@@ -46,13 +47,27 @@ std::string DescribePlan(const ConversionPlan& plan, const std::string& path) {
   const std::string what = fmt::format("journal {}{}: format {}, {}", path,
                                        plan.interrupted ? ", whose conversion was interrupted" : "",
                                        FormatName(plan.format), Records(plan.records));
+  if (!is_old) {
+    return fmt::format("{}; it lacks nothing but its name", what);
+  }
   return plan.bytes_needed == 0
              ? fmt::format("{}; nothing is left to do but to remove what it left", what)
              : fmt::format("{}; converting it takes {} bytes, and nothing stands in the way", what,
                            plan.bytes_needed);
 }
 
+// Converting it for itself would leave the journal that it belongs to without it.
+void RefuseFileOfConversion(const std::string& file) {
+  for (const std::string_view suffix : {kOldSuffix, kTemporarySuffix}) {
+    if (file.ends_with(suffix)) {
+      throw JournalError(fmt::format("{} is no journal but a file of one's conversion; give {}",
+                                     file, file.substr(0, file.size() - suffix.size())));
+    }
+  }
+}
+
 std::string Convert(const ConvertOptions& options, const ConversionWishes& wishes) {
+  RefuseFileOfConversion(options.file);
   if (options.dry_run) {
     return DescribePlan(PlanConversion(options.file, wishes), options.file);
   }

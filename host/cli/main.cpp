@@ -96,6 +96,8 @@ int main(int argc, char** argv) {
   OpenStandardStreams();
   // However we were started: a reader that has seen enough ends us quietly.
   std::signal(SIGPIPE, SIG_DFL);
+  // A limit on the size of files is an error of the call that meets it, with a line of its own.
+  std::signal(SIGXFSZ, SIG_IGN);
   try {
     return Run(argc, argv);
   } catch (const UsageError& error) {

@@ -16,6 +16,7 @@ Signals::Signals() : before_(), fd_(-1) {
   }
   sigprocmask(SIG_BLOCK, &answered, &before_);
   std::signal(SIGPIPE, SIG_IGN);  // a reader of our log that is gone must not end us
+  std::signal(SIGXFSZ, SIG_IGN);  // nor a limit on the size of files
   fd_ = signalfd(-1, &answered, SFD_NONBLOCK | SFD_CLOEXEC);
   if (fd_ < 0) {
     throw std::system_error(errno, std::generic_category(), "cannot receive signals");

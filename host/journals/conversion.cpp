@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <exception>
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -48,12 +47,13 @@ void LinkOld(const ConversionFiles& files, const HeldFile& old, bool keep_old) {
 std::optional<Conversion> Convert(const ConversionFiles& files, const HeldFile& old,
                                   const ConversionWishes& wishes) {
   RequireNoObstacle(files, old, wishes, true);
+  const bool was_kept = old.IsAt(files.kept);
   LinkOld(files, old, wishes.keep_old);
   const ConverterFailure failure = RunLibraryConverter(files, old);
   std::optional<Conversion> conversion;
   // Whatever the library said: it reports some losses as success and some successes as failure.
   if (Settle(files, old, wishes.keep_old, &conversion) != Settled::kConverted) {
-    Abandon(files, old);
+    Abandon(files, old, was_kept);
     Fail(files, failure);
   }
   return conversion;
@@ -61,7 +61,8 @@ std::optional<Conversion> Convert(const ConversionFiles& files, const HeldFile& 
 
 // Something has the name that a conversion gives to the old file.
 std::optional<Conversion> GoOn(const ConversionFiles& files, const ConversionWishes& wishes) {
-  const std::optional<HeldFile> old = HeldFile::Hold(files.old);
+  RequireFile(files.old);
+  const std::optional<HeldFile> old = HeldFile::Hold(files.old, files.journal);
   if (!old) {
     return {};
   }
@@ -71,17 +72,12 @@ std::optional<Conversion> GoOn(const ConversionFiles& files, const ConversionWis
 }
 
 std::optional<Conversion> Begin(const ConversionFiles& files, const ConversionWishes& wishes) {
-  const std::optional<HeldFile> old = HeldFile::Hold(files.journal);
+  const std::optional<HeldFile> old = HeldFile::Hold(files.journal, files.journal);
   // Another process may have converted it since we looked, or begun to and died.
   if (!old || !IsOldFormat(old->format()) || IsThere(files.old)) {
     return {};
   }
   return Convert(files, *old, wishes);
-}
-
-[[noreturn]] void CannotOpen(const std::string& path, int status) {
-  throw JournalError(
-      fmt::format("cannot open journal {}: {}", path, DescribeRecordFileResult(status)), status);
 }
 
 Next Advance(const ConversionFiles& files, const ConversionWishes& wishes,
@@ -100,7 +96,7 @@ Next Advance(const ConversionFiles& files, const ConversionWishes& wishes,
                                                                      : Next::kNothing;
     }
     if (status < 0) {
-      CannotOpen(files.journal, status);
+      ThrowCannotOpen(files.journal, status);
     }
     if (!IsOldFormat(FormatOf(info))) {
       return Next::kNothing;
@@ -124,7 +120,7 @@ std::optional<Conversion> ConvertIfOld(const std::string& path, const Conversion
       return conversion;
     }
   }
-  CannotOpen(path, kUnsettled);
+  ThrowCannotOpen(path, kUnsettled);
 }
 
 std::string Describe(const Conversion& conversion, const std::string& path) {

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 
 namespace packetdb::host {
 
@@ -26,9 +27,13 @@ bool IsThere(const std::string& path);
 // Throws JournalError unless `path` is free, or holds what an interrupted conversion may have left
 // there: a regular file of ours with no other name. Ours is what belongs to this user, and for the
 // superuser what belongs to the owner of the old file.
-void RequireLeftover(const std::string& path, unsigned int owner_of_old);
+// A file with other contents than a record file that is there, or is being made, is none of ours.
+void RequireLeftover(const std::string& path, uid_t owner_of_old);
+
+// Throws JournalError when what is at `path` is no regular file.
+void RequireFile(const std::string& path);
 
 // Removes a leftover at `path`. What is none, or is in use, stays.
-void RemoveLeftover(const std::string& path, unsigned int owner_of_old);
+void RemoveLeftover(const std::string& path, uid_t owner_of_old);
 
 }  // namespace packetdb::host

@@ -37,8 +37,9 @@ void RequireCapacity(const std::string& path, const RecordFileInfo& old, int wis
   }
 }
 
-void RequireWritable(const ConversionFiles& files, const std::string& what, int access) {
-  if (faccessat(AT_FDCWD, what.c_str(), access, AT_EACCESS) != 0) {
+void RequireWritable(const ConversionFiles& files, std::string_view what, const std::string& path,
+                     int access) {
+  if (faccessat(AT_FDCWD, path.c_str(), access, AT_EACCESS) != 0) {
     const RecordFileResult result = ResultFromErrno(errno);
     CannotConvert(
         files.journal,
@@ -63,17 +64,23 @@ void RequireNoObstacle(const ConversionFiles& files, const HeldFile& old,
   if (wishes.capacity) {
     RequireCapacity(files.journal, old.info(), *wishes.capacity);
   }
-  RequireWritable(files, DirectoryOf(files.journal), W_OK | X_OK);
+  RequireWritable(files, "its directory", DirectoryOf(files.journal), W_OK | X_OK);
   // An interrupted conversion may have left it no name but the second.
   const std::string& name = old.IsAt(files.journal) ? files.journal : files.old;
-  RequireWritable(files, name, R_OK | W_OK);
+  RequireWritable(files, name, name, R_OK | W_OK);
   RequireOwner(files, old.owner());
   if (const int status = TryToOpen(name, old.info(), complete); status < 0) {
     CannotConvert(files.journal, DescribeRecordFileResult(status), status);
   }
   RequireLeftover(files.temporary, old.owner());
   RequireLeftover(files.unborn, old.owner());
-  if (wishes.keep_old && IsThere(files.kept) && !old.IsAt(files.kept)) {
+  if (wishes.keep_old) {
+    RequireKeepable(files, old);
+  }
+}
+
+void RequireKeepable(const ConversionFiles& files, const HeldFile& old) {
+  if (IsThere(files.kept) && !old.IsAt(files.kept)) {
     CannotConvert(files.journal,
                   fmt::format("the old file cannot be kept as {}: something of that name is there",
                               files.kept),

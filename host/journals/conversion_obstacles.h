@@ -21,6 +21,9 @@ struct ConversionWishes {
 void RequireNoObstacle(const ConversionFiles& files, const HeldFile& old,
                        const ConversionWishes& wishes, bool complete);
 
+// Throws JournalError when the old file cannot be kept because its name for that is taken.
+void RequireKeepable(const ConversionFiles& files, const HeldFile& old);
+
 // Bytes of the converted file.
 std::uint64_t ConvertedSize(const RecordFileInfo& old);
 

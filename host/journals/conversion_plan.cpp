@@ -10,11 +10,6 @@ namespace packetdb::host {
 
 namespace {
 
-[[noreturn]] void CannotOpen(const std::string& path, int status) {
-  throw JournalError(
-      fmt::format("cannot open journal {}: {}", path, DescribeRecordFileResult(status)), status);
-}
-
 ConversionPlan PlanFrom(const ConversionFiles& files, const HeldFile& old,
                         const ConversionWishes& wishes) {
   ConversionPlan plan;
@@ -22,6 +17,9 @@ ConversionPlan PlanFrom(const ConversionFiles& files, const HeldFile& old,
   plan.records = old.info().records;
   plan.interrupted = IsThere(files.old);
   if (plan.interrupted && Judge(files, old) == Settled::kConverted) {
+    if (wishes.keep_old) {
+      RequireKeepable(files, old);
+    }
     return plan;
   }
   plan.bytes_needed = ConvertedSize(old.info());
@@ -35,9 +33,9 @@ ConversionPlan PlanOfCurrent(const ConversionFiles& files) {
   ConversionPlan plan;
   RecordFileInfo info;
   const int status = ProbeJournal(files.journal, &info);
-  plan.interrupted = status == kMissing && ProbeJournal(files.temporary, &info) == kRecordFileOk;
+  plan.interrupted = status == kMissing && JudgeTemporary(files, &info) == Temporary::kReady;
   if (status < 0 && !plan.interrupted) {
-    CannotOpen(files.journal, status);
+    ThrowCannotOpen(files.journal, status);
   }
   plan.format = FormatOf(info);
   plan.records = info.records;
@@ -55,9 +53,13 @@ ConversionPlan PlanConversion(const std::string& path, const ConversionWishes& w
   if (!interrupted && !is_old) {
     return PlanOfCurrent(files);
   }
-  const std::optional<HeldFile> old = HeldFile::Hold(interrupted ? files.old : files.journal);
+  if (interrupted) {
+    RequireFile(files.old);
+  }
+  const std::optional<HeldFile> old =
+      HeldFile::Hold(interrupted ? files.old : files.journal, files.journal);
   if (!old) {
-    CannotOpen(files.journal, kUnsettled);
+    ThrowCannotOpen(files.journal, kUnsettled);
   }
   return PlanFrom(files, *old, wishes);
 }

@@ -21,12 +21,12 @@ namespace {
 
 constexpr int kNotice = 2;
 
-// Never over something: false when something is there.
+// Never over something: false when something is there, or nothing was to be moved.
 bool MoveToFree(const std::string& from, const std::string& to) {
   if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
     return true;
   }
-  if (errno == EEXIST) {
+  if (errno == EEXIST || errno == ENOENT) {
     return false;
   }
   throw JournalError(fmt::format("cannot rename {} to {}: {}", from, to, std::strerror(errno)),
@@ -63,7 +63,11 @@ void Complete(const ConversionFiles& files, const HeldFile& old, bool keep_old) 
   }
   SyncFile(files.journal);
   SyncDirectoryOf(files.journal);
-  unlink(files.old.c_str());
+  if (unlink(files.old.c_str()) != 0) {
+    throw JournalError(fmt::format("cannot remove {}, the old file of converted journal {}: {}",
+                                   files.old, files.journal, std::strerror(errno)),
+                       ResultFromErrno(errno));
+  }
   SyncDirectoryOf(files.journal);
 }
 
@@ -122,14 +126,15 @@ Settled Settle(const ConversionFiles& files, const HeldFile& old, bool keep_old,
   return settled;
 }
 
-void Abandon(const ConversionFiles& files, const HeldFile& old) {
+void Abandon(const ConversionFiles& files, const HeldFile& old, bool was_kept) {
   if (!old.IsAt(files.journal)) {
     return;  // its last name must stay, whichever that is
   }
-  for (const std::string& name : {files.kept, files.old}) {
-    if (old.IsAt(name)) {
-      unlink(name.c_str());
-    }
+  if (!was_kept && old.IsAt(files.kept)) {
+    unlink(files.kept.c_str());
+  }
+  if (old.IsAt(files.old)) {
+    unlink(files.old.c_str());
   }
   RemoveLeftover(files.temporary, old.owner());
 }
@@ -146,23 +151,19 @@ void KeepOld(const ConversionFiles& files, const HeldFile& old, const std::strin
                      result);
 }
 
-bool AdoptTemporary(const ConversionFiles& files, std::optional<Conversion>* conversion) {
+Temporary JudgeTemporary(const ConversionFiles& files, RecordFileInfo* info) {
   Descriptor file;
   const RecordFileResult opened = OpenLocked(files.temporary, Access::kWrite, &file);
   if (opened == kMissing) {
-    return false;
-  }
-  if (opened == kUnsettled) {
-    return true;
+    return Temporary::kNone;
   }
   // A conversion has no such file of its own while neither the journal nor the second name is
   // there, and cannot make one while we hold the lock.
-  if (IsThere(files.old) || IsThere(files.journal)) {
-    return true;
+  if (opened == kUnsettled || IsThere(files.old) || IsThere(files.journal)) {
+    return Temporary::kUnsettled;
   }
-  RecordFileInfo info;
-  int status = opened < 0 ? int{opened} : ProbeJournal(files.temporary, &info);
-  if (status == kRecordFileOk && FormatOf(info) != JournalFormat::k4) {
+  int status = opened < 0 ? int{opened} : ProbeJournal(files.temporary, info);
+  if (status == kRecordFileOk && FormatOf(*info) != JournalFormat::k4) {
     status = kOtherFormat;
   }
   if (status < 0) {
@@ -173,6 +174,16 @@ bool AdoptTemporary(const ConversionFiles& files, std::optional<Conversion>* con
         status);
   }
   RequireLeftover(files.temporary, geteuid());
+  return Temporary::kReady;
+}
+
+bool AdoptTemporary(const ConversionFiles& files, std::optional<Conversion>* conversion) {
+  RecordFileInfo info;
+  const Temporary found = JudgeTemporary(files, &info);
+  if (found != Temporary::kReady) {
+    return found == Temporary::kUnsettled;
+  }
+  FillLastSeen(files.temporary);  // what it was converted from is not known
   if (MoveToFree(files.temporary, files.journal)) {
     SyncDirectoryOf(files.journal);
     *conversion = {JournalFormat::k4, info.records, ""};

@@ -35,12 +35,19 @@ Settled Settle(const ConversionFiles& files, const HeldFile& old, bool keep_old,
                std::optional<Conversion>* conversion);
 
 // Undoes the beginning of a conversion: the old file, which is the journal, loses the names that it
-// was given for it, and the temporary file goes.
-void Abandon(const ConversionFiles& files, const HeldFile& old);
+// was given for it, and the temporary file goes. With `was_kept` its name to be kept by is older.
+void Abandon(const ConversionFiles& files, const HeldFile& old, bool was_kept);
 
 // Gives the held file, which is at `from`, the name files.kept as well, on disk with the next sync
 // of the directory. Throws JournalError when something else has that name.
 void KeepOld(const ConversionFiles& files, const HeldFile& old, const std::string& from);
+
+enum class Temporary { kNone, kUnsettled, kReady };
+
+// Whether the temporary file may become the journal, which is missing: kReady with what it is,
+// kUnsettled when something else is going on and it is worth another look. Changes nothing. Throws
+// JournalError when there is one that may not.
+Temporary JudgeTemporary(const ConversionFiles& files, RecordFileInfo* info);
 
 // Where the journal is missing and nothing but a temporary file is there, moves that into its
 // place. False when there was nothing to do, true when it is worth another look. Throws

@@ -7,6 +7,7 @@
 
 #include "host/journals/error.h"
 #include "host/journals/journal_format.h"
+#include "host/record_file/modes.h"
 #include "host/record_file/result.h"
 #include "packetdb/journal_format.h"
 #include "platform/record_file.h"
@@ -15,8 +16,6 @@ namespace packetdb::host {
 
 namespace {
 
-constexpr int kRead = 0;
-constexpr int kWrite = 1;
 constexpr int kNoBound = -1;
 
 [[noreturn]] void FailToRead(const std::string& path, int status) {
@@ -24,17 +23,12 @@ constexpr int kNoBound = -1;
       fmt::format("cannot read journal {}: {}", path, DescribeRecordFileResult(status)), status);
 }
 
-int Init(CDbFile& file, const std::string& path, const RecordFileInfo& info, int mode) {
-  return file.Init(path, info.magic.c_str(), info.record_size,
-                   static_cast<unsigned long>(CapacityArgument(info)), mode);
-}
-
 // A record file that is read from the oldest record to the newest.
 class Reader {
  public:
   explicit Reader(const std::string& path) : path_(path) {
     int status = ProbeRecordFile(path, &info_);
-    status = status < 0 ? status : Init(file_, path, info_, kRead);
+    status = status < 0 ? status : OpenAs(file_, path, info_, mode::kRead);
     if (status < 0) {
       FailToRead(path, status);
     }
@@ -84,7 +78,12 @@ Copied CompareConverted(const std::string& old_path, const std::string& path) {
 
 int TryToOpen(const std::string& path, const RecordFileInfo& info, bool write) {
   CDbFile file;
-  return std::min(0, Init(file, path, info, write ? kWrite : kRead));
+  return std::min(0, OpenAs(file, path, info, write ? mode::kWrite : mode::kRead));
+}
+
+int OpenAs(CDbFile& file, const std::string& path, const RecordFileInfo& info, int bits) {
+  return file.Init(path, info.magic.c_str(), info.record_size,
+                   static_cast<unsigned long>(CapacityArgument(info)), bits | mode::kNeverAnew);
 }
 
 int CapacityArgument(const RecordFileInfo& info) {

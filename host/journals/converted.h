@@ -5,6 +5,8 @@
 
 #include "host/record_file/probe.h"
 
+class CDbFile;
+
 namespace packetdb::host {
 
 enum class Copied {
@@ -16,6 +18,10 @@ enum class Copied {
 // How the journal of format 4 at `path` stands to the old file at `old_path`. Throws JournalError
 // when either cannot be read, also because it is in use.
 Copied CompareConverted(const std::string& old_path, const std::string& path);
+
+// Opens the record file at `path` as what `info` says it is, with these bits of the mode: CDbFile's
+// result.
+int OpenAs(CDbFile& file, const std::string& path, const RecordFileInfo& info, int bits);
 
 // Opens the record file at `path` as what `info` says it is and closes it again, to see whether
 // that works: 0, or a code of host/record_file/result.h. With `write` it must be writable, used by

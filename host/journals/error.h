@@ -19,4 +19,7 @@ class JournalError : public std::runtime_error {
   int result_;
 };
 
+// "cannot open journal PATH: REASON", for a code of host/record_file/result.h.
+[[noreturn]] void ThrowCannotOpen(const std::string& path, int result);
+
 }  // namespace packetdb::host

@@ -5,8 +5,10 @@
 #include <fmt/format.h>
 #include <system_error>
 
+#include "host/journals/converted.h"
 #include "host/journals/error.h"
 #include "host/journals/names.h"
+#include "host/record_file/modes.h"
 #include "host/record_file/probe.h"
 #include "host/record_file/result.h"
 #include "packetdb/query.h"
@@ -15,8 +17,7 @@ namespace packetdb::host {
 
 namespace {
 
-constexpr int kWriteAndCreate = 1 | 4;
-constexpr int kNoBound = -1;
+constexpr int kOpenForWriting = mode::kWrite | mode::kCreateMissing | mode::kNeverAnew;
 
 std::string CheckedPath(const GroupOptions& options) {
   if (!IsGroupName(options.group)) {
@@ -34,7 +35,7 @@ std::string CheckedPath(const GroupOptions& options) {
 int CapacityOf(const std::string& path, const GroupOptions& options) {
   RecordFileInfo info;
   if (!options.capacity && ProbeRecordFile(path, &info) == 0) {
-    return info.capacity == 0 ? kNoBound : static_cast<int>(info.capacity);
+    return CapacityArgument(info);
   }
   return options.capacity.value_or(kDefaultCapacity);
 }
@@ -78,14 +79,11 @@ GroupWriter::GroupWriter(const GroupOptions& options)
 
 void GroupWriter::OpenJournal(const GroupOptions& options) {
   conversion_ = ConvertIfOld(path_, {options.capacity, options.keep_old});
-  int status =
-      storage_->Init(path_, CapacityOf(path_, options), kWriteAndCreate, catalogue_.window());
-  if (status > 0) {
-    status = kUnsettled;  // an old file has appeared there since
-  }
+  const int status =
+      storage_->Init(path_, CapacityOf(path_, options), kOpenForWriting, catalogue_.window());
   if (status != 0) {
-    throw JournalError(
-        fmt::format("cannot open journal {}: {}", path_, DescribeRecordFileResult(status)), status);
+    // One of another format has appeared there since, and the library could not convert it.
+    ThrowCannotOpen(path_, status == kOtherFormat ? int{kUnsettled} : status);
   }
 }
 

@@ -15,13 +15,8 @@ namespace packetdb::host {
 
 namespace {
 
-[[noreturn]] void Refuse(const std::string& path, int result) {
-  throw JournalError(
-      fmt::format("cannot open journal {}: {}", path, DescribeRecordFileResult(result)), result);
-}
-
 // Without waiting: a conversion takes as long as it takes.
-void TakeLock(const Descriptor& file, const std::string& path) {
+void TakeLock(const Descriptor& file, const std::string& journal) {
   if (flock(file.get(), LOCK_EX | LOCK_NB) == 0) {
     return;
   }
@@ -29,10 +24,11 @@ void TakeLock(const Descriptor& file, const std::string& path) {
     throw JournalError(
         fmt::format("journal {} is in use: another process converts it; try again when that is "
                     "done",
-                    path),
+                    journal),
         kInUse);
   }
-  throw JournalError(fmt::format("cannot lock {}: {}", path, std::strerror(errno)), kSystemError);
+  throw JournalError(fmt::format("cannot lock journal {}: {}", journal, std::strerror(errno)),
+                     kSystemError);
 }
 
 struct stat StatusOf(const Descriptor& file) {
@@ -47,16 +43,16 @@ struct stat StatusOf(const Descriptor& file) {
 HeldFile::HeldFile(Descriptor file, RecordFileInfo info)
     : file_(std::move(file)), info_(std::move(info)) {}
 
-std::optional<HeldFile> HeldFile::Hold(const std::string& path) {
+std::optional<HeldFile> HeldFile::Hold(const std::string& path, const std::string& journal) {
   Descriptor file;
   const RecordFileResult opened = OpenUnlocked(path, Access::kRead, &file);
   if (opened == kMissing) {
     return {};
   }
   if (opened < 0) {
-    Refuse(path, opened);
+    ThrowCannotOpen(path, opened);
   }
-  TakeLock(file, path);
+  TakeLock(file, journal);
   RecordFileInfo info;
   const int status = ProbeRecordFile(path, &info);
   // Whoever held it before may have moved it: then what was probed is another file.
@@ -64,7 +60,7 @@ std::optional<HeldFile> HeldFile::Hold(const std::string& path) {
     return {};
   }
   if (status < 0) {
-    Refuse(path, status);
+    ThrowCannotOpen(path, status);
   }
   return HeldFile(std::move(file), std::move(info));
 }

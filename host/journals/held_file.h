@@ -14,10 +14,10 @@ namespace packetdb::host {
 // way of the library's own lock on the same file.
 class HeldFile {
  public:
-  // Opens and holds the file at `path`. Nothing when the file there changed meanwhile or is gone:
-  // look again. Throws JournalError when another process holds it, when it is no sound record file
-  // or cannot be opened.
-  static std::optional<HeldFile> Hold(const std::string& path);
+  // Opens and holds the file at `path`, the old one of `journal`. Nothing when the file there
+  // changed meanwhile or is gone: look again. Throws JournalError when another process holds it,
+  // when it is no sound record file or cannot be opened.
+  static std::optional<HeldFile> Hold(const std::string& path, const std::string& journal);
 
   // Whether `path` itself is a name of the file.
   bool IsAt(const std::string& path) const;

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "host/journals/converted.h"
+#include "host/record_file/modes.h"
 #include "host/record_file/result.h"
 #include "packetdb/journal_format.h"
 #include "packetdb/storage.h"
@@ -12,9 +13,6 @@
 namespace packetdb::host {
 
 namespace {
-
-constexpr int kWrite = 1;
-constexpr int kCreateAnew = 2;
 
 ConverterFailure FailureOf(int status) {
   return {std::string(DescribeRecordFileResult(status)), status};
@@ -28,7 +26,7 @@ ConverterFailure WhyNotMade(const ConversionFiles& files, const HeldFile& old) {
   {
     CDbFile file;
     status = file.Init(files.temporary, kJournalMagic, kJournalRecordSize, capacity,
-                       kWrite | kCreateAnew);
+                       mode::kWrite | mode::kCreateAnew);
   }
   if (status < 0) {
     return {fmt::format("cannot make {}: {}", files.temporary, DescribeRecordFileResult(status)),
@@ -43,7 +41,7 @@ ConverterFailure RunLibraryConverter(const ConversionFiles& files, const HeldFil
   int status = 0;
   try {
     DbFileStorage storage;
-    status = storage.Init(files.journal, CapacityArgument(old.info()), kWrite, 0);
+    status = storage.Init(files.journal, CapacityArgument(old.info()), mode::kWrite, 0);
     storage.Done();
   } catch (const std::exception& error) {
     // What the library had open then is closed by its destructors.

@@ -8,16 +8,16 @@
 
 #include "host/journals/catalogue.h"
 #include "host/journals/conversion_files.h"
+#include "host/journals/converted.h"
 #include "host/journals/error.h"
 #include "host/journals/journal_format.h"
 #include "host/journals/names.h"
+#include "host/record_file/modes.h"
 #include "host/record_file/result.h"
 
 namespace packetdb::host {
 
 namespace {
-
-constexpr int kReadOnly = 0;
 
 // The group whose conversion keeps a file of this name; empty for a file of any other name.
 std::string GroupConvertedIn(const std::string& file) {
@@ -52,8 +52,24 @@ std::vector<std::string> GroupsIn(const std::string& directory) {
   return groups;
 }
 
+[[noreturn]] void ThrowUnsettled(const std::string& path) {
+  throw JournalError(
+      fmt::format("cannot open journal {0}: it is being converted, or its conversion was "
+                  "interrupted; `packetdb convert {0}` completes that, and so does the next "
+                  "import into its group",
+                  path));
+}
+
+// While the old file has its second name, what is at the path may lack records or their times.
+void RequireSettled(const std::string& path) {
+  if (IsThere(ConversionFiles(path).old)) {
+    ThrowUnsettled(path);
+  }
+}
+
 // The library would convert it, and only a writer does that with care.
 void RefuseOld(const std::string& path) {
+  RequireSettled(path);
   RecordFileInfo info;
   const int status = ProbeJournal(path, &info);
   if (status == 0 && IsOldFormat(FormatOf(info))) {
@@ -63,26 +79,22 @@ void RefuseOld(const std::string& path) {
                     path, FormatName(FormatOf(info))));
   }
   const ConversionFiles files(path);
-  if (status == kMissing && (IsThere(files.old) || IsThere(files.temporary))) {
-    throw JournalError(
-        fmt::format("cannot open journal {0}: it is being converted, or its conversion was "
-                    "interrupted; `packetdb convert {0}` completes that, and so does the next "
-                    "import into its group",
-                    path));
+  if (status == kMissing && IsThere(files.temporary)) {
+    ThrowUnsettled(path);
   }
 }
 
-// Looks before the library opens the file: what is not a journal of ours is left alone.
+// Looks at the format first: what is not a journal of today is left alone, also when it gets there
+// behind our back.
 boost::shared_ptr<IJournalStorage> OpenReadOnly(const std::string& path, long window) {
   RecordFileInfo info;
   int status = ProbeJournal(path, &info);
   auto storage = boost::make_shared<DbFileStorage>();
   if (status == 0) {
-    status = storage->Init(path, static_cast<int>(info.capacity), kReadOnly, window);
+    status = storage->Init(path, CapacityArgument(info), mode::kRead | mode::kNeverAnew, window);
   }
   if (status != 0) {
-    throw JournalError(
-        fmt::format("cannot open journal {}: {}", path, DescribeRecordFileResult(status)));
+    ThrowCannotOpen(path, status);
   }
   return storage;
 }
@@ -117,7 +129,10 @@ OpenJournals::Group OpenJournals::Open(const std::string& directory, const std::
   // restore.
   RefuseOld(path);
   const Catalogue catalogue = Catalogue::Load(CataloguePath(directory, name));
-  return {name, catalogue.interfaces(), OpenReadOnly(path, catalogue.window())};
+  Group group = {name, catalogue.interfaces(), OpenReadOnly(path, catalogue.window())};
+  // Again, now that nobody can change the file: it may be what a conversion is not done with.
+  RequireSettled(path);
+  return group;
 }
 
 // A name answers for one journal: groups come first, then interfaces in the order of their groups.

@@ -16,7 +16,7 @@ constexpr std::array kTexts = std::to_array<Text>({
     {kOtherFormat, "it is a sound record file, but of another magic or record size"},
     {kNotOpen, "the record file is not open"},
     {kReadOnlyFile, "the record file is open for reading only"},
-    {kBadMode, "the mode has bits that mean nothing"},
+    {kBadMode, "the mode has bits that mean nothing, or that contradict each other"},
     {kBadPath, "the path is empty, too long or contains a NUL"},
     {kBadMagic, "the magic is missing or longer than 127 bytes"},
     {kBadRecordSize, "the record size is 0 or beyond 1 MiB"},

@@ -14,7 +14,7 @@ enum RecordFileResult : int {
   // Callers.
   kNotOpen = -101,         // the file is closed
   kReadOnlyFile = -102,    // a change of a file that was opened read-only
-  kBadMode = -103,         // a mode with unknown bits
+  kBadMode = -103,         // a mode with unknown bits, or with bits that contradict each other
   kBadPath = -104,         // an empty path, one with a NUL, or one that is too long
   kBadMagic = -105,        // a missing magic or one longer than 127 bytes
   kBadRecordSize = -106,   // a record size of 0 or beyond 1 MiB

@@ -176,7 +176,7 @@ class PACKETDB_EXPORT IJournalStorage {
 
   // What the record file says to opening `path` read-only with today's magic and a record size of
   // 80, which is deliberately not that of our records: a sound journal gives -6. Converts nothing.
-  // -16 when memory is exhausted.
+  // -16 when there is no memory for the record file; what that throws while it is made comes out.
   static int CheckIntegrity(const std::string& path, std::size_t maxRecords);
 
   // Adds the records of this storage that were seen between `from` and `to` (Unix seconds) to the

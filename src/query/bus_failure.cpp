@@ -14,10 +14,11 @@ constexpr char kLogSource[] = "src/query";
 
 int BusFailure(const CAbstractPacketOptions& message, int plain_code, const char* plain,
                const char* with_code) {
-  if (message.LastError() == plain_code) {
+  const int error = message.LastError();
+  if (error == plain_code) {
     PACKETDB_LOG(log::kFailure) << plain;
   } else {
-    PACKETDB_LOG(log::kFailure) << with_code << message.LastError();
+    PACKETDB_LOG(log::kFailure) << with_code << error;
   }
   return UDB_QUERY_FAILED;
 }

@@ -61,6 +61,25 @@ class ConversionTest : public testing::Test {
   const std::string journal_ = directory_.Path("lan.journal");
 };
 
+TEST_F(ConversionTest, ThatMeetsALimitOnFileSizesSaysSoAndChangesNothing) {
+  MakeOld(journal_, JournalFormat::k3, 5);
+  const auto before = Snapshot(directory_.path());
+  Program::Arguments all = {"/bin/sh", "-c", "ulimit -f 8 && exec \"$0\" \"$@\""};
+  for (const std::string& word : Command({"convert", journal_})) all.push_back(word);
+  ExpectComplaint(Program(all).Wait(), kExitFailed, "size limit");
+  EXPECT_EQ(Snapshot(directory_.path()), before);
+}
+
+TEST_F(ConversionTest, RefusesTheFilesOfAConversion) {
+  for (const std::string suffix : {".~old", ".~tmp"}) {
+    MakeOld(journal_ + suffix, JournalFormat::k3, 5);
+    const auto before = Snapshot(directory_.path());
+    ExpectComplaint(RunCommand({"convert", journal_ + suffix}), kExitFailed, "give " + journal_);
+    EXPECT_EQ(Snapshot(directory_.path()), before);
+    std::filesystem::remove(journal_ + suffix);
+  }
+}
+
 TEST_F(ConversionTest, IsMadeByAnImportThatSaysSo) {
   MakeOld(journal_, JournalFormat::k3, 101);
   const Outcome outcome = Import();

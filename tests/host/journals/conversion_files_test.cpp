@@ -20,7 +20,7 @@ constexpr int kWrite = 1;
 
 class NamesOfAConversion : public testing::Test {
  protected:
-  HeldFile Hold() const { return std::move(*HeldFile::Hold(files_.journal)); }
+  HeldFile Hold() const { return std::move(*HeldFile::Hold(files_.journal, files_.journal)); }
 
   const OldGroup group_;
   const ConversionFiles files_{group_.Path()};
@@ -31,14 +31,21 @@ TEST_F(NamesOfAConversion, AreTakenBackAllOfThem) {
   std::filesystem::create_hard_link(files_.journal, files_.old);
   std::filesystem::create_hard_link(files_.journal, files_.kept);
   MakeRecordFile(files_.temporary, kJournalMagic, kJournalRecordSize);
-  Abandon(files_, Hold());
+  Abandon(files_, Hold(), false);
   EXPECT_THAT(NamesIn(group_.directory()), ElementsAre("lan.journal"));
 }
 
 TEST_F(NamesOfAConversion, AreTakenBackOnlyFromTheOldFile) {
   MakeOld(files_.journal, JournalFormat::k3, 5);
   MakeOld(files_.kept, JournalFormat::k3, 5);
-  Abandon(files_, Hold());
+  Abandon(files_, Hold(), false);
+  EXPECT_THAT(NamesIn(group_.directory()), ElementsAre("lan.journal", "lan.journal.pre-v4"));
+}
+
+TEST_F(NamesOfAConversion, StayWhenTheyAreOlderThanIt) {
+  MakeOld(files_.journal, JournalFormat::k3, 5);
+  std::filesystem::create_hard_link(files_.journal, files_.kept);
+  Abandon(files_, Hold(), true);
   EXPECT_THAT(NamesIn(group_.directory()), ElementsAre("lan.journal", "lan.journal.pre-v4"));
 }
 
@@ -46,7 +53,7 @@ TEST_F(NamesOfAConversion, StayWhileTheyAreTheOnlyOnes) {
   MakeOld(files_.journal, JournalFormat::k3, 5);
   const HeldFile old = Hold();
   std::filesystem::rename(files_.journal, files_.old);
-  Abandon(files_, old);
+  Abandon(files_, old, false);
   EXPECT_THAT(NamesIn(group_.directory()), ElementsAre("lan.journal.~old"));
 }
 
@@ -66,6 +73,20 @@ TEST_F(NamesOfAConversion, StayWithWhatNoConversionMade) {
   std::filesystem::create_hard_link(group_.Path(".precious"), files_.temporary);
   RemoveLeftover(files_.temporary, geteuid());
   EXPECT_TRUE(IsThere(files_.temporary));
+}
+
+TEST_F(NamesOfAConversion, StayWithAFileThatIsNoRecordFile) {
+  WriteText(files_.temporary, "my notes");
+  RemoveLeftover(files_.temporary, geteuid());
+  EXPECT_EQ(ReadText(files_.temporary), "my notes");
+}
+
+TEST_F(NamesOfAConversion, GoWithARecordFileThatWasJustBegun) {
+  for (const std::string& begun : {std::string(), std::string(5000, '\0')}) {
+    WriteText(files_.unborn, begun);
+    RemoveLeftover(files_.unborn, geteuid());
+    EXPECT_FALSE(IsThere(files_.unborn));
+  }
 }
 
 TEST_F(NamesOfAConversion, AreNotGivenAwayWhileAnOldFileIsThere) {

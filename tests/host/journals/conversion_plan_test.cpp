@@ -102,6 +102,26 @@ TEST_F(PlannedConversion, TellsOfOneThatLacksOnlyItsName) {
 }
 
 // An overwrite that a killed writer left half done is completed by who writes, not by who looks.
+TEST_F(PlannedConversion, TellsThatAFileWithoutItsNameCannotHaveIt) {
+  MakeOld(group_.Path(".~tmp"), JournalFormat::k3, 5);
+  EXPECT_THAT(Error(), HasSubstr("cannot take its place"));
+  std::filesystem::remove(group_.Path(".~tmp"));
+  group_.Open();
+  std::filesystem::rename(journal_, group_.Path(".~tmp"));
+  std::filesystem::create_hard_link(group_.Path(".~tmp"), group_.Path(".another"));
+  EXPECT_THAT(Error(), HasSubstr("in the way"));
+}
+
+TEST_F(PlannedConversion, TellsThatTheOldFileCannotBeKeptAlsoWhenTheRestIsDone) {
+  MakeOld(old_, JournalFormat::k3, 5);
+  MakeOld(journal_, JournalFormat::k3, 5);
+  std::filesystem::rename(old_, group_.Path(".elsewhere"));
+  group_.Open();
+  std::filesystem::rename(group_.Path(".elsewhere"), old_);
+  WriteText(group_.Path(".pre-v4"), "taken");
+  EXPECT_THAT(Error({.capacity = {}, .keep_old = true}), HasSubstr("cannot be kept"));
+}
+
 TEST_F(PlannedConversion, LeavesAHalfDoneOverwriteToTheConversion) {
   MakeOld(journal_, JournalFormat::k41, 5);
   Bytes bytes = ReadBytes(journal_);

@@ -1,15 +1,21 @@
 // Readers never convert and never touch what a conversion needs; they say what there is to do.
+#include <atomic>
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <set>
 #include <sys/stat.h>
+#include <thread>
 
 #include "host/journals/open_journals.h"
+#include "host/record_file/modes.h"
+#include "packetdb/journal_format.h"
 #include "tests/host/journals/old_journals.h"
 #include "tests/host/journals/support.h"
 
 namespace packetdb::host::test {
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -75,17 +81,58 @@ TEST_F(ReaderOfOldJournals, NamesAGroupOnceThatHasBoth) {
   ExpectInterrupted();
 }
 
-TEST_F(ReaderOfOldJournals, ServesAJournalThatIsConvertedButNotYetSettled) {
+TEST_F(ReaderOfOldJournals, ServesNoJournalWhoseConversionIsNotSettled) {
   MakeOld(journal_, JournalFormat::k3, 5);
   const std::string old = group_.Path(".elsewhere");
   MakeOld(old, JournalFormat::k3, 5);
   group_.Open();
   std::filesystem::rename(old, group_.Path(".~old"));
-  const auto before = Snapshot(group_.directory());
-  const OpenJournals journals(group_.directory());
-  EXPECT_THAT(journals.groups(), ElementsAre("lan"));
-  EXPECT_THAT(journals.problems(), IsEmpty());
-  EXPECT_EQ(Snapshot(group_.directory()), before);
+  ExpectInterrupted();
+}
+
+TEST(ReadOnlyOpening, CannotConvertWhateverIsAtThePath) {
+  const OldGroup group;
+  for (const JournalFormat format : {JournalFormat::k3, JournalFormat::k41}) {
+    MakeOld(group.Path(), format, 5);
+    const auto before = Snapshot(group.directory());
+    DbFileStorage storage;
+    EXPECT_EQ(storage.Init(group.Path(), 1000, mode::kRead | mode::kNeverAnew, 60), kOtherFormat);
+    EXPECT_EQ(Snapshot(group.directory()), before);
+  }
+}
+
+ino_t InodeOf(const std::string& path) {
+  struct stat status {};
+  EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
+  return status.st_ino;
+}
+
+// Puts the file at `from` over the one at `to`, and keeps it at `from`.
+void PutOver(const std::string& from, const std::string& to) {
+  std::filesystem::create_hard_link(from, to + ".next");
+  std::filesystem::rename(to + ".next", to);
+}
+
+TEST_F(ReaderOfOldJournals, NeverConvertsOneThatGetsThereBetweenTheLookAndTheOpening) {
+  const std::string old = group_.Path(".an-old-one");
+  const std::string current = group_.Path(".a-current-one");
+  MakeOld(old, JournalFormat::k3, 5);
+  MakeRecordFile(current, kJournalMagic, kJournalRecordSize);
+  PutOver(old, journal_);
+  const std::set<ino_t> known = {InodeOf(old), InodeOf(current)};
+  std::atomic<bool> done = false;
+  std::thread swapper([&] {
+    while (!done) {
+      PutOver(current, journal_);
+      PutOver(old, journal_);
+    }
+  });
+  for (int i = 0; i < 3000 && !HasFailure(); ++i) {
+    const OpenJournals journals(group_.directory());
+    EXPECT_THAT(known, Contains(InodeOf(journal_))) << "opening " << i;
+  }
+  done = true;
+  swapper.join();
 }
 
 TEST_F(ReaderOfOldJournals, FollowsAndOpensNothingThatIsNoJournal) {

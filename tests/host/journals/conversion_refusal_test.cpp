@@ -110,6 +110,9 @@ TEST_P(RefusedConversion, BecauseOfWhatIsAtTheTemporaryPath) {
     std::filesystem::create_hard_link(precious, path);
     ExpectRefusal(path + " is in the way: the file there has other names as well; move it away");
     std::filesystem::remove(path);
+    WriteText(path, "precious");
+    ExpectRefusal(path + " is in the way: it is not a record file; move it away");
+    std::filesystem::remove(path);
   }
 }
 
@@ -155,7 +158,7 @@ TEST_P(RefusedConversion, BecauseItBelongsToAnotherUser) {
 }
 
 TEST_P(RefusedConversion, BecauseALeftoverBelongsToAnotherUser) {
-  WriteText(temporary_, "precious");
+  WriteText(temporary_, "");
   const uid_t other = geteuid() == 0 ? 65534 : geteuid();
   ASSERT_EQ(chown(temporary_.c_str(), other, static_cast<gid_t>(-1)), 0);
   if (geteuid() == 0) {
@@ -167,7 +170,7 @@ TEST_P(RefusedConversion, BecauseALeftoverBelongsToAnotherUser) {
 
 TEST_P(RefusedConversion, DoesNotHappenToRootBecauseALeftoverIsTheOwners) {
   const uid_t owner = geteuid() == 0 ? 65534 : geteuid();
-  WriteText(temporary_, "a leftover");
+  WriteText(temporary_, "");
   for (const std::string& path : {journal_, temporary_}) {
     ASSERT_EQ(chown(path.c_str(), owner, static_cast<gid_t>(-1)), 0);
   }

@@ -179,18 +179,18 @@ TEST_F(InterruptedConversion, WithASecondNameThatIsALinkElsewhereTouchesNothing)
   const std::string elsewhere = group_.directory() + "/elsewhere";
   MakeOld(elsewhere, kOld, 5);
   std::filesystem::create_symlink(elsewhere, old_);
-  ExpectRefusal("cannot open journal " + old_ + ": it is a symbolic link, which is not followed");
+  ExpectRefusal(old_ + " is in the way: it is a symbolic link; move it away");
   MakeOld(journal_, kOld, 5);
-  ExpectRefusal("cannot open journal " + old_ + ": it is a symbolic link, which is not followed");
+  ExpectRefusal(old_ + " is in the way: it is a symbolic link; move it away");
 }
 
 TEST_F(InterruptedConversion, WithAFifoOrADirectoryAsSecondNameTouchesNothing) {
   MakeOld(journal_, kOld, 5);
   ASSERT_EQ(mkfifo(old_.c_str(), 0600), 0);
-  ExpectRefusal("cannot open journal " + old_ + ": it is not a regular file");
+  ExpectRefusal(old_ + " is in the way: it is not a regular file; move it away");
   std::filesystem::remove(old_);
   std::filesystem::create_directory(old_);
-  ExpectRefusal("cannot open journal " + old_ + ": it is a directory");
+  ExpectRefusal(old_ + " is in the way: it is a directory; move it away");
 }
 
 TEST_F(InterruptedConversion, ThatLacksOnlyTheNameGetsIt) {
@@ -201,6 +201,17 @@ TEST_F(InterruptedConversion, ThatLacksOnlyTheNameGetsIt) {
             "journal a.journal was missing: the converted file that had not got its name yet is "
             "there now, with 5 records");
   ExpectAllIsWell(5);
+}
+
+TEST_F(InterruptedConversion, GivesTheTimesThatFormat3HadNotAlsoToAFileWithoutItsName) {
+  const OldGroup group;
+  MakeOld(group.Path(), JournalFormat::k3, 5);
+  DbFileStorage storage;
+  ASSERT_EQ(storage.Init(group.Path(), 1000, 1, 0), 0);  // as a host without our care
+  storage.Done();
+  std::filesystem::rename(group.Path(), group.Path(".~tmp"));
+  group.Open();
+  EXPECT_EQ(NumbersIn(group.Path(), JournalFormat::k3), Numbers(0, 5));
 }
 
 TEST_F(InterruptedConversion, DoesNotGiveTheNameToAFileInTheMaking) {
@@ -238,7 +249,7 @@ TEST_F(InterruptedConversion, ThatIsStillAtWorkElsewhereIsLeftAlone) {
   std::filesystem::create_hard_link(journal_, old_);
   const Descriptor busy(open(old_.c_str(), O_RDONLY | O_CLOEXEC));
   ASSERT_EQ(flock(busy.get(), LOCK_EX), 0);
-  ExpectRefusal("journal " + old_ + " is in use: another process converts it");
+  ExpectRefusal("journal " + journal_ + " is in use: another process converts it");
   std::filesystem::remove(old_);
   ExpectRefusal("journal " + journal_ + " is in use: another process converts it");
 }

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "host/record_file/descriptor.h"
+#include "host/record_file/modes.h"
 #include "tests/host/record_file/child.h"
 #include "tests/host/record_file/journal.h"
 
@@ -32,8 +33,25 @@ class RecordFileOpen : public testing::Test {
 };
 
 TEST_F(RecordFileOpen, RefusesUnknownModeBits) {
-  EXPECT_EQ(Open(file_, disk_.NewPath(), 8), kBadMode);
+  EXPECT_EQ(Open(file_, disk_.NewPath(), 16), kBadMode);
   EXPECT_EQ(Open(file_, disk_.NewPath(), -1), kBadMode);
+}
+
+TEST_F(RecordFileOpen, CreatesNothingAnewWhereThatIsForbidden) {
+  const std::string path = MakeJournal(disk_, 3);
+  const Bytes before = ReadBytes(path);
+  EXPECT_EQ(Open(file_, path, mode::kNeverAnew | mode::kCreateAnew), kBadMode);
+  EXPECT_EQ(Open(file_, path, mode::kNeverAnew | kModeAnew), kBadMode);
+  EXPECT_EQ(ReadBytes(path), before);
+}
+
+TEST_F(RecordFileOpen, ForbiddingToCreateAnewForbidsNothingElse) {
+  const std::string path = disk_.NewPath();
+  ASSERT_EQ(Open(file_, path, mode::kNeverAnew | kModeMissing), kRecordFileOk);
+  EXPECT_EQ(Append(file_, 1), 0);
+  ASSERT_EQ(Open(file_, path, mode::kNeverAnew | kModeRead), kRecordFileOk);
+  EXPECT_EQ(Append(file_, 2), kReadOnlyFile);
+  EXPECT_THAT(Values(file_), testing::ElementsAre(1));
 }
 
 TEST_F(RecordFileOpen, CreatingIsWritingWithoutBit1) {
