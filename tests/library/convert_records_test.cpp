@@ -77,6 +77,13 @@ TEST_F(ConvertBytes, Format3KeepsItsBytesAndHasNoPacketSize) {
   EXPECT_EQ(Hex(NewRecord(1).substr(0x44)), "00000000");
 }
 
+// Nobody may see what memory held before.
+TEST_F(ConvertBytes, Format3LeavesZeroWhereItHadNothing) {
+  PutOld(kFormat3, 1);
+  Convert(kFormat3);
+  EXPECT_EQ(Hex(NewRecord(0).substr(60)), std::string(24, '0'));
+}
+
 TEST_F(ConvertBytes, Format41KeepsItsBytesBehindAHashOfZero) {
   Files().Put(path_, kFormat41.magic, 64, {DistinctBytes(64), std::string(64, '\xff')});
   Convert(kFormat41);

@@ -46,6 +46,25 @@ TEST_F(QueryRead, NameEndsAtItsFirstNul) {
   EXPECT_EQ(std::string(query_.m_Interface + 5, 4), "junk");
 }
 
+// Notes what stands where it is to put the size of the name.
+class SizeWatcher : public ScriptedMessage {
+ public:
+  const void* GetRaw(unsigned int id, unsigned int* size) const override {
+    if (id == 30) before_ = *size;
+    return ScriptedMessage::GetRaw(id, size);
+  }
+  unsigned int before() const { return before_; }
+
+ private:
+  mutable unsigned int before_ = 99;
+};
+
+TEST_F(QueryRead, SizeOfTheNameIsZeroUntilTheMessageTellsIt) {
+  const SizeWatcher message;
+  query_.read(&message);
+  EXPECT_EQ(message.before(), 0u);
+}
+
 TEST_F(QueryRead, NameMayFillAllItsBytes) {
   const std::string name = "0123456789abcdef0123456789abcdef";
   message_.CarryName(name);

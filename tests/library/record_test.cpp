@@ -78,6 +78,13 @@ TEST_F(RecordTest, PackedRecordEndsWithThePacketSize) {
   EXPECT_EQ(Hex(Packed(Record(DistinctEvent())).substr(0x44)), "94939291");
 }
 
+// The packed record is a buffer that callers can write to.
+TEST_F(RecordTest, PackWritesTheUnusedSlotEveryTime) {
+  PacketDbItem item = Record(DistinctEvent());
+  storage_.Pack(&item)->m_Dword23 = 7;
+  EXPECT_EQ(+storage_.Pack(&item)->m_Dword23, 0u);
+}
+
 TEST_F(RecordTest, PackWritesZeroForWhatIsNotKept) {
   const std::string packed = Packed(Record(DistinctEvent()));
   EXPECT_EQ(Hex(packed.substr(0x2B, 4)), "00000000");

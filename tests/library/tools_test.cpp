@@ -188,6 +188,15 @@ TEST_F(ReadTool, NameOf32CharactersIsTooLong) {
   }
 }
 
+TEST_F(ReadTool, LogsAsPartOfTheStorages) {
+  LinesOf(1, [this] {
+    DbItemSelection selection;
+    journal_.storage().ReadPackets(0, 50, std::string(32, 'n'), selection);
+  });
+  for (const auto& line : Log().Lines()) EXPECT_EQ(line.file, "src/storage") << line.Text();
+  EXPECT_EQ(Log().Lines().size(), 1u);
+}
+
 TEST_F(ReadTool, LogsANameThatIsTooLong) {
   DbItemSelection selection;
   Log().SetLevel(1);
