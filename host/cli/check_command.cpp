@@ -1,12 +1,14 @@
 #include "host/cli/check_command.h"
 
 #include <cstdio>
+#include <fmt/format.h>
 
 #include "host/cli/check_records.h"
 #include "host/cli/check_report.h"
 #include "host/cli/examined_file.h"
 #include "host/cli/output_format.h"
 #include "host/cli/report.h"
+#include "host/journals/conversion_files.h"
 #include "host/record_file/check.h"
 #include "host/record_file/snapshot.h"
 
@@ -14,11 +16,22 @@ namespace packetdb::host {
 
 namespace {
 
+// Judged before the contents, which may be gigabytes. A file that is too damaged to be told passes.
+bool IsJournal(const std::string& path, const Descriptor& file) {
+  Snapshot snapshot(file);
+  const bool can_tell = snapshot.BeginDespiteDamage() == kRecordFileOk;
+  if (can_tell && FormatOf(snapshot.facts()) == JournalFormat::kOther) {
+    NoJournal(path, snapshot.facts());
+    return false;
+  }
+  return true;
+}
+
 // A file whose damage keeps its records from being read has been reported on by then.
 ExitCode CheckJournal(const std::string& path, const Descriptor& file, const FindingSink& sink,
                       CheckReport* report) {
   Snapshot snapshot(file);
-  RecordFileResult result = snapshot.Begin();
+  RecordFileResult result = snapshot.BeginDespiteDamage();
   if (result < 0) {
     return report->damaged() ? kExitOk : CannotExamine(path, result);
   }
@@ -32,23 +45,52 @@ ExitCode CheckJournal(const std::string& path, const Descriptor& file, const Fin
   return result < 0 ? CannotExamine(path, result) : kExitOk;
 }
 
-ExitCode Check(const std::string& path, CheckReport* report) {
-  const FindingSink sink = [report](const Finding& finding) { report->Add(finding); };
-  Descriptor file;
-  const ExitCode opened = OpenToExamine(path, &file);
-  if (opened != kExitOk) {
-    return opened;
-  }
+RecordFileResult LookForWriter(const Descriptor& file, CheckReport* report) {
   bool writer = false;
-  RecordFileResult result = FindWriter(file, &writer);
+  const RecordFileResult result = FindWriter(file, &writer);
+  if (writer) {
+    report->SetWriter();
+  }
+  return result;
+}
+
+void NoteConversion(const std::string& path, const FindingSink& sink) {
+  for (const std::string_view suffix : {kOldSuffix, kTemporarySuffix}) {
+    if (IsBeside(path, suffix)) {
+      sink({0, Severity::kNote, kFindConversion,
+            fmt::format("beside it is a file of its name with {} behind: a conversion was "
+                        "interrupted or is under way; packetdb convert settles that",
+                        suffix)});
+    }
+  }
+}
+
+// Asks for a writer at both ends: one may have come meanwhile, or gone.
+ExitCode CheckContents(const std::string& path, const Descriptor& file, CheckReport* report) {
+  const FindingSink sink = [report](const Finding& finding) { report->Add(finding); };
+  RecordFileResult result = LookForWriter(file, report);
   if (result == kRecordFileOk) {
     result = CheckRecordFile(file, sink);
   }
   if (result < 0) {
     return CannotExamine(path, result);
   }
-  report->SetWriter(writer);
-  return CheckJournal(path, file, sink, report);
+  NoteConversion(path, sink);
+  const ExitCode checked = CheckJournal(path, file, sink, report);
+  if (checked != kExitOk) {
+    return checked;
+  }
+  result = LookForWriter(file, report);
+  return result < 0 ? CannotExamine(path, result) : kExitOk;
+}
+
+ExitCode Check(const std::string& path, CheckReport* report) {
+  Descriptor file;
+  const ExitCode opened = OpenToExamine(path, &file);
+  if (opened != kExitOk) {
+    return opened;
+  }
+  return IsJournal(path, file) ? CheckContents(path, file, report) : kExitFailed;
 }
 
 }  // namespace

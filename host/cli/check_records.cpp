@@ -17,6 +17,7 @@ class RecordChecker {
   void Check(const SnapshotRecord& stored) {
     const PacketDbItemPacked record = DecodeRecord(format_, stored.bytes);
     CheckCounts(stored, record);
+    CheckReservedFields(stored, record);
     // A first-seen time that is damaged says nothing about the records behind it.
     if (CheckTimes(stored, record)) {
       CheckOrder(stored, record);
@@ -44,6 +45,22 @@ class RecordChecker {
     }
   }
 
+  // Earlier releases may have kept something there.
+  void CheckReservedFields(const SnapshotRecord& stored, const PacketDbItemPacked& record) {
+    if (format_ != JournalFormat::k4) {
+      return;
+    }
+    for (const RecordField& field : FieldsOf(format_)) {
+      const bool is_reserved = field.offset == offsetof(PacketDbItemPacked, m_Dword23) ||
+                               field.offset == offsetof(PacketDbItemPacked, m_Byte2B);
+      if (is_reserved && ValueOf(record, field) != 0) {
+        // No damage for sure: a conversion carries over what an old record had there.
+        Find(stored, field.offset, Severity::kWarning, kFindReservedField,
+             fmt::format("its {} is {}, not 0", field.name, ValueOf(record, field)));
+      }
+    }
+  }
+
   bool CheckTimes(const SnapshotRecord& stored, const PacketDbItemPacked& record) {
     const std::uint32_t first = record.m_FirstTime;
     const std::uint32_t last = LastSeen(record);
@@ -51,24 +68,32 @@ class RecordChecker {
       Find(stored, offsetof(PacketDbItemPacked, m_LastTime), Severity::kDamage, kFindTimes,
            fmt::format("it was last seen at {}, before it was first seen at {}", last, first));
     }
+    // Queries compare what is stored, and conversion by the library alone stores 0.
+    if (format_ == JournalFormat::k4 && record.m_LastTime == 0 && first != 0) {
+      Find(stored, offsetof(PacketDbItemPacked, m_LastTime), Severity::kWarning, kFindTimes,
+           "it has no last-seen time; queries by time miss it");
+    }
     return first <= last;
   }
 
   void CheckOrder(const SnapshotRecord& stored, const PacketDbItemPacked& record) {
     const std::uint32_t first = record.m_FirstTime;
-    if (first < latest_first_) {
+    if (first < previous_first_) {
       Find(stored, offsetof(PacketDbItemPacked, m_FirstTime), Severity::kWarning, kFindOrder,
-           fmt::format("it was first seen at {}, before an older record at {}: searches by time "
-                       "may miss records",
-                       first, latest_first_));
-    } else {
-      latest_first_ = first;
+           fmt::format("it was first seen at {}, before record {} at {}: searches by time may "
+                       "miss records",
+                       first, previous_, previous_first_));
     }
+    previous_ = stored.sequence;
+    previous_first_ = first;
   }
 
   const JournalFormat format_;
   const FindingSink& sink_;
-  std::uint32_t latest_first_ = 0;  // seconds since 1980
+  // Of the record before: compared with the latest time so far, one record from the future would
+  // have every later one blamed.
+  std::uint64_t previous_ = 0;
+  std::uint32_t previous_first_ = 0;  // seconds since 1980
 };
 
 }  // namespace
@@ -88,6 +113,9 @@ RecordFileResult CheckRecords(Snapshot& snapshot, JournalFormat format, const Fi
         break;
       case RecordFate::kGone:
         ++checked->gone;
+        break;
+      case RecordFate::kMissing:
+        ++checked->missing;
         break;
       case RecordFate::kUnstable:
         ++checked->unstable;

@@ -11,6 +11,7 @@ namespace packetdb::host {
 
 inline constexpr std::string_view kFindCount = "count";
 inline constexpr std::string_view kFindCountCopy = "count_copy";
+inline constexpr std::string_view kFindReservedField = "reserved_field";  // of a record
 inline constexpr std::string_view kFindTimes = "times";
 inline constexpr std::string_view kFindOrder = "order";
 inline constexpr std::string_view kFindUnstable = "unstable";
@@ -18,6 +19,7 @@ inline constexpr std::string_view kFindUnstable = "unstable";
 struct RecordsChecked {
   std::uint64_t whole = 0;     // records that were read and checked
   std::uint64_t gone = 0;      // overwritten by newer ones before they could be read
+  std::uint64_t missing = 0;   // beyond the end of a file that is too short
   std::uint64_t unstable = 0;  // never read whole; each is a warning as well
 };
 

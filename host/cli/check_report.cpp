@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "host/cli/check_command.h"
+#include "host/cli/counted.h"
 #include "host/cli/json_text.h"
 #include "host/log/escape.h"
 
@@ -30,33 +31,50 @@ OrderedJson ObjectOf(const Finding& finding) {
   return object;
 }
 
-std::string Counted(std::uint64_t number, std::string_view noun) {
-  return fmt::format("{} {}{}", number, noun, number == 1 ? "" : "s");
-}
+// The gravest first, as they are listed.
+constexpr std::array kSeverities = {Severity::kDamage, Severity::kWarning, Severity::kNote};
 
 }  // namespace
 
 void CheckReport::Add(const Finding& finding) {
-  ++counts_[static_cast<std::size_t>(finding.severity)];
-  if (findings_.size() < kMostFindings) {
-    findings_.push_back(finding);
+  const auto severity = static_cast<std::size_t>(finding.severity);
+  ++counts_[severity];
+  if (findings_[severity].size() < kMostFindings) {
+    findings_[severity].push_back(finding);
   }
 }
 
 void CheckReport::SetRecords(JournalFormat format, const RecordsChecked& checked) {
   format_ = format;
   checked_ = checked;
+  writer_ = writer_ || checked.gone != 0;  // nobody else overwrites records
 }
 
 std::uint64_t CheckReport::Count(Severity severity) const {
   return counts_[static_cast<std::size_t>(severity)];
 }
 
+std::uint64_t CheckReport::LeftOut(Severity severity) const {
+  return Count(severity) - findings_[static_cast<std::size_t>(severity)].size();
+}
+
+std::string CheckReport::Counts() const {
+  return fmt::format("{} damaged, {}, {}", Counted(Count(Severity::kDamage), "place"),
+                     Counted(Count(Severity::kWarning), "warning"),
+                     Counted(Count(Severity::kNote), "note"));
+}
+
 std::string CheckReport::Verdict() const {
   if (damaged()) {
-    return "damaged";
+    return "damaged: " + Counts();
   }
-  return writer_ ? "no damage, but a writer has it open" : "clean";
+  if (writer_) {
+    return "no damage, but a writer has it open: " + Counts();
+  }
+  const std::uint64_t warnings = Count(Severity::kWarning);
+  return warnings == 0 ? "clean: " + Counts()
+                       : fmt::format("no damage, {}, {}", Counted(warnings, "warning"),
+                                     Counted(Count(Severity::kNote), "note"));
 }
 
 std::string CheckReport::RecordsRead() const {
@@ -68,23 +86,31 @@ std::string CheckReport::RecordsRead() const {
   if (checked_.gone != 0) {
     text += fmt::format(", {} overwritten meanwhile", checked_.gone);
   }
+  if (checked_.missing != 0) {
+    text += fmt::format(", {} beyond the end of the file", checked_.missing);
+  }
   return text;
 }
 
+// By fputs, which lets FlushOutput tell of a failure.
+void CheckReport::PrintFindings(Severity severity, std::FILE* out) const {
+  for (const Finding& finding : findings_[static_cast<std::size_t>(severity)]) {
+    const std::string line = fmt::format("byte {:<10} {:<7} {}: {}\n", finding.position,
+                                         Word(severity), finding.kind, finding.text);
+    std::fputs(line.c_str(), out);
+  }
+  if (const std::uint64_t more = LeftOut(severity); more != 0) {
+    std::fputs(fmt::format("and {} more: {}\n", more, Word(severity)).c_str(), out);
+  }
+}
+
 void CheckReport::PrintText(std::FILE* out) const {
-  std::uint64_t left_out = counts_[0] + counts_[1] + counts_[2];
-  for (const Finding& finding : findings_) {
-    fmt::print(out, "byte {:<10} {:<7} {}: {}\n", finding.position, Word(finding.severity),
-               finding.kind, finding.text);
-    --left_out;
+  for (const Severity severity : kSeverities) {
+    PrintFindings(severity, out);
   }
-  if (left_out != 0) {
-    fmt::print(out, "and {} more\n", left_out);
-  }
-  fmt::print(out, "{}: {}: {}, {}, {}; {}\n", EscapeForLog(path_), Verdict(),
-             fmt::format("{} damaged", Counted(Count(Severity::kDamage), "place")),
-             Counted(Count(Severity::kWarning), "warning"), Counted(Count(Severity::kNote), "note"),
-             RecordsRead());
+  const std::string line =
+      fmt::format("{}: {}; {}\n", EscapeForLog(path_), Verdict(), RecordsRead());
+  std::fputs(line.c_str(), out);
 }
 
 void CheckReport::PrintJson(std::FILE* out) const {
@@ -96,14 +122,19 @@ void CheckReport::PrintJson(std::FILE* out) const {
   object["records_read"] = checked_.whole;
   object["records_overwritten"] = checked_.gone;
   object["records_unstable"] = checked_.unstable;
+  object["records_missing"] = checked_.missing;
   object["damage"] = Count(Severity::kDamage);
   object["warnings"] = Count(Severity::kWarning);
   object["notes"] = Count(Severity::kNote);
   object["findings"] = OrderedJson::array();
-  for (const Finding& finding : findings_) {
-    object["findings"].push_back(ObjectOf(finding));
+  std::uint64_t left_out = 0;
+  for (const Severity severity : kSeverities) {
+    for (const Finding& finding : findings_[static_cast<std::size_t>(severity)]) {
+      object["findings"].push_back(ObjectOf(finding));
+    }
+    left_out += LeftOut(severity);
   }
-  object["findings_left_out"] = counts_[0] + counts_[1] + counts_[2] - findings_.size();
+  object["findings_left_out"] = left_out;
   std::fputs(JsonLine(object).c_str(), out);
 }
 

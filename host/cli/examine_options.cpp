@@ -18,6 +18,12 @@ CLI::App* AddExaminer(CLI::App& app, const char* name, const char* purpose, std:
   return command;
 }
 
+// An empty value would pick all records, which is not what the variable of a script that was never
+// set asks for.
+std::string RefuseEmpty(const std::string& value) {
+  return value.empty() ? "was given an empty value; leave it out, or say which" : "";
+}
+
 }  // namespace
 
 CLI::App* AddInfo(CLI::App& app, InfoOptions& options) {
@@ -35,9 +41,11 @@ CLI::App* AddDump(CLI::App& app, DumpOptions& options) {
       AddExaminer(app, "dump", "Print the records of a journal file as stored", options.path,
                   options.output, "text, or json with one object per line");
   dump->add_option("--from", options.from, "from this record on (default: the oldest)")
-      ->type_name("NUMBER");
+      ->type_name("NUMBER")
+      ->check(RefuseEmpty);
   dump->add_option("--to", options.to, "up to this record (default: the newest)")
-      ->type_name("NUMBER");
+      ->type_name("NUMBER")
+      ->check(RefuseEmpty);
   dump->add_flag("--hex", options.hex, "print each record's bytes as well");
   return dump;
 }

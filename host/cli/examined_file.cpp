@@ -1,17 +1,42 @@
 #include "host/cli/examined_file.h"
 
+#include <cerrno>
+#include <cstring>
 #include <fmt/format.h>
+#include <sys/stat.h>
 
 #include "host/cli/report.h"
+#include "host/journals/conversion_files.h"
 #include "host/record_file/open.h"
 
 namespace packetdb::host {
+
+namespace {
+
+// A conversion that ends between two of its steps leaves the old journal under another name only.
+ExitCode TellOfInterruptedConversion(const std::string& path) {
+  Complain(
+      fmt::format("{0}: it does not exist, but its {1} file does: its conversion was interrupted; "
+                  "complete it with packetdb convert {0}",
+                  path, kOldSuffix));
+  return kExitFailed;
+}
+
+}  // namespace
 
 ExitCode OpenToExamine(const std::string& path, Descriptor* file) {
   const bool is_path = !path.empty() && path.find('\0') == std::string::npos;
   const RecordFileResult result =
       is_path ? OpenUnlocked(path, Access::kRead, file) : RecordFileResult::kBadPath;
+  if (result == kMissing && IsBeside(path, kOldSuffix)) {
+    return TellOfInterruptedConversion(path);
+  }
   return result < 0 ? CannotExamine(path, result) : kExitOk;
+}
+
+bool IsBeside(const std::string& path, std::string_view suffix) {
+  struct stat status = {};
+  return lstat((path + std::string(suffix)).c_str(), &status) == 0;
 }
 
 ExitCode BeginToExamine(const std::string& path, Snapshot& snapshot, JournalFormat* format) {
@@ -39,7 +64,12 @@ ExitCode NoJournal(const std::string& path, const FileFacts& facts) {
 }
 
 ExitCode CannotExamine(const std::string& path, RecordFileResult result) {
-  Complain(fmt::format("{}: {}", path, DescribeRecordFileResult(result)));
+  const int error = errno;  // of the call that failed, should the result not say which it was
+  std::string reason(DescribeRecordFileResult(result));
+  if (result == kSystemError) {
+    reason += fmt::format(": {}", std::strerror(error));
+  }
+  Complain(fmt::format("{}: {}", Shortened(path), reason));
   return result == kNoPermission ? kExitNotPermitted : kExitFailed;
 }
 

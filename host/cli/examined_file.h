@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "host/cli/exit_code.h"
 #include "host/journals/journal_format.h"
@@ -14,6 +15,9 @@ namespace packetdb::host {
 // Opens the regular file at `path`. Anything but kExitOk comes with a complaint that names path and
 // reason.
 ExitCode OpenToExamine(const std::string& path, Descriptor* file);
+
+// Whether anything is there whose name is that of the file with `suffix` behind.
+bool IsBeside(const std::string& path, std::string_view suffix);
 
 // Begins a snapshot of the file that was opened at `path`, which must be a journal of a format that
 // some release wrote. Anything but kExitOk comes with a complaint.

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <string_view>
 
+#include "host/cli/counted.h"
 #include "host/cli/json_text.h"
 #include "host/cli/times.h"
 #include "host/log/escape.h"
@@ -42,7 +43,7 @@ std::uint64_t SecondsUntil(std::uint64_t records, const RecentRate& rate) {
 }
 
 void Line(std::FILE* out, std::string_view name, const std::string& text) {
-  fmt::print(out, "{:<12}  {}\n", name, text);
+  std::fputs(fmt::format("{:<12}  {}\n", name, text).c_str(), out);
 }
 
 std::string TimeText(std::uint32_t seconds) {
@@ -60,12 +61,25 @@ std::string RecordsText(const InfoReport& info) {
   return text;
 }
 
+// In the unit that leaves digits to see.
+std::string RateNumber(double per_second) {
+  constexpr double kHour = 3600;
+  constexpr double kDay = 24 * kHour;
+  constexpr double kLeastPerSecond = 0.01;
+  if (per_second >= kLeastPerSecond) {
+    return fmt::format("{:.3f} records a second", per_second);
+  }
+  return per_second * kHour >= 1 ? fmt::format("{:.3f} records an hour", per_second * kHour)
+                                 : fmt::format("{:.3f} records a day", per_second * kDay);
+}
+
 std::string RateText(const JournalSummary& summary) {
   if (!summary.recent) {
     return "not known: no time passed between the records";
   }
-  return fmt::format("{:.3f} records a second: {} in the newest tenth of the time, {} s",
-                     summary.recent->PerSecond(), summary.recent->records, summary.recent->seconds);
+  return fmt::format("{}: {} in the newest tenth of the time, {} s",
+                     RateNumber(summary.recent->PerSecond()), summary.recent->records,
+                     summary.recent->seconds);
 }
 
 std::string RoomText(const InfoReport& info) {
@@ -80,15 +94,17 @@ std::string RoomText(const InfoReport& info) {
                   : text;
   }
   const std::uint64_t room = info.facts.format.capacity - Records(info);
-  return recent ? fmt::format("{} records, {} at the recent rate before the oldest is overwritten",
-                              room, DurationText(SecondsUntil(room, *recent)))
-                : fmt::format("{} records", room);
+  return recent ? fmt::format("{}, {} at the recent rate before the oldest is overwritten",
+                              Counted(room, "record"), DurationText(SecondsUntil(room, *recent)))
+                : Counted(room, "record");
 }
 
 void PrintContents(const InfoReport& info, std::FILE* out) {
   const JournalSummary& summary = info.summary;
   Line(out, "oldest", TimeText(summary.oldest) + ", first seen");
-  Line(out, "newest", TimeText(summary.newest) + ", last seen");
+  Line(out, "newest",
+       TimeText(summary.newest) +
+           (info.format == JournalFormat::k3 ? ", first seen" : ", last seen"));
   Line(out, "time covered", DurationText(CoveredSeconds(summary)));
   Line(out, "packets",
        fmt::format("{}, {:.1f} in a record", summary.packets, PacketsPerRecord(summary)));
@@ -157,7 +173,7 @@ void PrintInfoText(const InfoReport& info, std::FILE* out) {
   Line(out, "room", RoomText(info));
   Line(out, "writer", info.writer ? "has it open" : "none has it open");
   if (const std::uint64_t lost = info.summary.gone + info.summary.unstable; lost != 0) {
-    Line(out, "not counted", fmt::format("{} records that changed while they were read", lost));
+    Line(out, "not counted", Counted(lost, "record") + " that changed while they were read");
   }
 }
 

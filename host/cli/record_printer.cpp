@@ -128,9 +128,10 @@ void PrintUnread(RecordFate fate, std::uint64_t first, std::uint64_t last, Outpu
   }
   const std::string which = first == last ? fmt::format("record {}", first)
                                           : fmt::format("records {} to {}", first, last);
-  fmt::print(out, "{}, {}\n", which,
-             gone ? "gone: overwritten by newer ones meanwhile"
-                  : "unstable: changed whenever it was read");
+  const std::string line = fmt::format("{}, {}\n", which,
+                                       gone ? "gone: overwritten by newer ones meanwhile"
+                                            : "unstable: changed whenever it was read");
+  std::fputs(line.c_str(), out);
 }
 
 }  // namespace packetdb::host

@@ -14,6 +14,17 @@ void Complain(std::string_view text) {
   std::fputs(line.c_str(), stderr);
 }
 
+std::string Shortened(std::string_view text) {
+  constexpr std::size_t kLongest = 4096;
+  constexpr std::size_t kEnd = 200;
+  static_assert(kLongest < kLongestLogText);
+  if (text.size() <= kLongest) {
+    return std::string(text);
+  }
+  return fmt::format("{} (cut: {} bytes more) {}", text.substr(0, kEnd), text.size() - 2 * kEnd,
+                     text.substr(text.size() - kEnd));
+}
+
 bool FlushOutput() {
   if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) {
     return true;

@@ -62,11 +62,14 @@ RecordFileResult CheckContents(const Descriptor& file, Geometry geometry, const 
   RecordFileResult result = LookAtState(file, &geometry, &state);
   if (result == kTruncatedFile) return kRecordFileOk;  // which the header's check has reported
   if (result < 0) return result;
-  if (!IsPlausibleNext(geometry, state.next)) {
+  const bool has_next = IsPlausibleNext(geometry, state.next);
+  if (!has_next) {
     sink({kNextPosition, Severity::kDamage, kFindCommitWord,
           "the commit word is " + std::to_string(state.next) + ", which no writer leaves here"});
-    return kRecordFileOk;
   }
+  result = CheckStatePadding(file, geometry, sink);
+  // Which record the redo word may name and which slots are in use, the commit word tells.
+  if (result < 0 || !has_next) return result;
   if (!IsPlausibleRedo(geometry, state.next, state.redo)) {
     sink({kRedoPosition, Severity::kDamage, kFindRedoWord,
           "the redo word names record " + std::to_string(state.redo - 1) +
@@ -75,7 +78,7 @@ RecordFileResult CheckContents(const Descriptor& file, Geometry geometry, const 
     result = NotePendingRedo(file, state.redo, sink);
     if (result < 0) return result;
   }
-  return CheckUnusedBytes(file, geometry, state.next, sink);
+  return CheckSlots(file, geometry, state.next, sink);
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ namespace packetdb::host {
 
 enum class Severity {
   kNote,     // as it should be, but worth knowing
-  kWarning,  // not as our writer leaves it, and without consequence for the records
+  kWarning,  // not as our writer leaves it: no record is broken, but answers may lack some
   kDamage,   // no writer leaves it so
 };
 
@@ -43,8 +43,9 @@ inline constexpr std::string_view kFindUnusedSlot = "unused_slot";
 
 // Checks the open file. Returns kRecordFileOk when it is a record file of this layout, whatever was
 // found; kEmptyFile, kNotARecordFile, kOtherByteOrder or kUnsupportedLayout when it is none, with
-// nothing found; another failure when it cannot be read. A signature that is wrong alone, in a page
-// whose checksum is right otherwise, is damage and no other kind of file.
+// nothing found; another failure when it cannot be read. Wrong bytes that lie close together are
+// one finding, which tells their length. A signature that is wrong alone, in a page whose checksum
+// is right otherwise, is damage and no other kind of file.
 RecordFileResult CheckRecordFile(const Descriptor& file, const FindingSink& sink);
 
 // Tells whether somebody has the file open for writing, without taking that place. `writer` is

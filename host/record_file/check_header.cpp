@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "host/record_file/check_zeros.h"
+
 namespace packetdb::host {
 namespace {
 
@@ -62,11 +64,13 @@ void CheckMagic(const HeaderPage& header, const FindingSink& sink) {
 }
 
 void CheckReserved(const HeaderPage& header, const FindingSink& sink) {
-  for (std::size_t i = 0; i < header.reserved.size(); ++i) {
-    if (IsZero(header.reserved[i])) continue;
-    sink({offsetof(HeaderPage, reserved) + i, Severity::kDamage, kFindReserved,
-          "a reserved byte of the header is not 0"});
-  }
+  Runs runs(kPaddingGap, [&sink](const ByteRange& run) {
+    sink({run.begin, Severity::kDamage, kFindReserved,
+          "reserved bytes of the header are not 0 " + LengthText(run)});
+  });
+  AddWrongBytes(header.reserved.data(), header.reserved.data() + header.reserved.size(),
+                offsetof(HeaderPage, reserved), &runs);
+  runs.End();
 }
 
 void CheckSignature(const HeaderPage& header, const FindingSink& sink) {
@@ -96,12 +100,6 @@ void CheckLength(std::uint64_t length, const Geometry& geometry, const FindingSi
     sink({wanted, Severity::kDamage, kFindLength,
           "the file goes on here, to " + std::to_string(length) + " bytes"});
   }
-}
-
-// The length that the numbers of the header ask for, where they are sane.
-std::uint64_t WantedLength(const HeaderPage& header, std::uint64_t length) {
-  return header.capacity == 0 ? std::max(length, header.slots_offset)
-                              : header.slots_offset + header.slot_count * header.slot_size;
 }
 
 }  // namespace
@@ -140,6 +138,11 @@ bool CheckHeader(const HeaderPage& header, std::uint64_t got, std::uint64_t leng
   if (VerifyHeader(Sealed(header), got, WantedLength(header, length), geometry) < 0) return false;
   CheckLength(length, *geometry, sink);
   return true;
+}
+
+std::uint64_t WantedLength(const HeaderPage& header, std::uint64_t length) {
+  return header.capacity == 0 ? std::max(length, header.slots_offset)
+                              : header.slots_offset + header.slot_count * header.slot_size;
 }
 
 }  // namespace packetdb::host

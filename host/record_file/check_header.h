@@ -18,4 +18,8 @@ RecordFileResult RecogniseHeader(const HeaderPage& header, std::uint64_t got);
 bool CheckHeader(const HeaderPage& header, std::uint64_t got, std::uint64_t length,
                  const FindingSink& sink, Geometry* geometry);
 
+// The length of a file that this header asks for where its numbers are sane; of a file without a
+// bound, which has any length, `length` or what is needed for the slots to begin.
+std::uint64_t WantedLength(const HeaderPage& header, std::uint64_t length);
+
 }  // namespace packetdb::host

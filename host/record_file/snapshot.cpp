@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "host/record_file/check_header.h"
 #include "host/record_file/header.h"
 #include "host/record_file/ring.h"
 #include "host/record_file/snapshot_read.h"
@@ -43,7 +44,45 @@ RecordFileResult Snapshot::Begin() {
   return kDamagedState;
 }
 
+RecordFileResult Snapshot::BeginDespiteDamage() {
+  const RecordFileResult result = Begin();
+  const bool is_damaged =
+      result == kTruncatedFile || result == kOverlongFile || result == kDamagedState;
+  return is_damaged ? BeginDamaged() : result;
+}
+
+RecordFileResult Snapshot::BeginDamaged() {
+  HeaderPage header = {};
+  std::uint64_t got = 0;
+  RecordFileResult result = ReadUpTo(file_, 0, &header, sizeof header, &got);
+  if (result < 0) return result;
+  StateWords state = {};
+  result = ReadState(file_, &state);
+  if (result < 0) return result;
+  FileFacts facts;
+  result = ReadLength(file_, &facts.length);
+  if (result < 0) return result;
+  result = VerifyHeader(header, got, WantedLength(header, facts.length), &facts.geometry);
+  if (result < 0) return result;
+  if (!IsPlausibleNext(facts.geometry, state.next)) return kDamagedState;
+  facts.format = {std::string(MagicOf(header)), header.record_size, header.capacity};
+  facts.layout_version = header.layout_version;
+  facts.next = state.next;
+  facts_ = facts;
+  return kRecordFileOk;
+}
+
+std::uint64_t Snapshot::SlotEnd(std::uint64_t sequence) const {
+  return SlotOffset(facts_.geometry, sequence) + facts_.geometry.slot_size;
+}
+
 RecordFileResult Snapshot::Read(std::uint64_t sequence, SnapshotRecord* record) {
+  if (SlotEnd(sequence) > facts_.length) {
+    *record = {.sequence = sequence,
+               .fate = RecordFate::kMissing,
+               .offset = SlotOffset(facts_.geometry, sequence)};
+    return kRecordFileOk;
+  }
   if (sequence < chunk_begin_ || sequence >= chunk_end_) {
     if (const RecordFileResult result = Load(sequence); result < 0) return result;
   }
@@ -59,7 +98,8 @@ RecordFileResult Snapshot::Read(std::uint64_t sequence, SnapshotRecord* record) 
 RecordFileResult Snapshot::Load(std::uint64_t sequence) {
   const Geometry& geometry = facts_.geometry;
   const std::uint64_t offset = SlotOffset(geometry, sequence);
-  const std::uint64_t to_last_slot = FileLength(geometry, geometry.slot_count) - offset;
+  const std::uint64_t to_last_slot =
+      std::min(FileLength(geometry, geometry.slot_count), facts_.length) - offset;
   const std::uint64_t count =
       std::min({std::max<std::uint64_t>(1, kChunkBytes / geometry.slot_size), end() - sequence,
                 to_last_slot / geometry.slot_size});

@@ -29,6 +29,7 @@ enum class RecordFate {
   kWhole,     // read, and not torn
   kGone,      // overwritten by a newer record since the snapshot began; no damage
   kUnstable,  // it changed in every one of many attempts to read it
+  kMissing,   // the file ends before the end of its slot; only after BeginDespiteDamage
 };
 
 struct SnapshotRecord {
@@ -36,7 +37,7 @@ struct SnapshotRecord {
   RecordFate fate = RecordFate::kUnstable;
   const std::byte* bytes = nullptr;  // kWhole only: record_size bytes, until the next call of Read
   // Where in the file they were, which is the slot or the redo record; the slot of a record that is
-  // kUnstable, 0 for one that is kGone.
+  // kUnstable or kMissing, 0 for one that is kGone.
   std::uint64_t offset = 0;
 };
 
@@ -50,6 +51,10 @@ class Snapshot {
   // Verifies header and state and fixes which records are to be seen: those that are live now.
   // Called once, before anything else; on failure nothing may be read.
   RecordFileResult Begin();
+
+  // The same, and takes a file as well in which nothing but the length or the redo word is wrong.
+  // What such a redo word says is left out of account.
+  RecordFileResult BeginDespiteDamage();
 
   const FileFacts& facts() const { return facts_; }
   // Sequence numbers of the oldest record of the snapshot and of the one behind its newest.
@@ -72,6 +77,8 @@ class Snapshot {
     std::vector<std::byte> second;
   };
 
+  RecordFileResult BeginDamaged();
+  std::uint64_t SlotEnd(std::uint64_t sequence) const;
   RecordFileResult ReadTwice(std::uint64_t offset, std::uint64_t size, Reading* reading) const;
   RecordFileResult Load(std::uint64_t sequence);
   RecordFileResult Settle(std::uint64_t sequence, SnapshotRecord* record);

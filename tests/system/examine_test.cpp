@@ -387,6 +387,27 @@ TEST(ExamineTest, FullOutputFails) {
   }
 }
 
+TEST(ExamineTest, FullOutputIsToldAsSuchHoweverLongTheAnswer) {
+  const TemporaryDirectory place;
+  Store(place.Path("journal"), std::vector<PacketDbItemPacked>(1000, RecordAt(0, 0)), 1000);
+  const SocketDescriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
+  ProgramOptions options;
+  options.output = full.get();
+  const Outcome outcome = RunCommand({"check", place.Path("journal")}, options);
+  EXPECT_EQ(outcome.status, kExitFailed);
+  EXPECT_EQ(outcome.err, "packetdb: cannot write the output: No space left on device\n");
+}
+
+TEST(ExamineTest, DumpRefusesEmptyEndsOfTheRange) {
+  const TemporaryDirectory place;
+  for (const char* option : {"--from", "--to"}) {
+    const Outcome outcome = RunCommand({"dump", SoundJournal(place), option, ""});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_THAT(outcome.err, HasSubstr(std::string(option) + ": was given an empty value; leave"));
+  }
+}
+
 TEST(ExamineTest, ReaderThatGoesAwayEndsItQuietly) {
   const TemporaryDirectory place;
   Store(place.Path("journal"), std::vector<PacketDbItemPacked>(5000, RecordAt(0)), 5000);

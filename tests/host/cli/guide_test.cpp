@@ -52,7 +52,7 @@ TEST_F(Guide, NamesTheKindsOfFindings) {
   for (const std::string_view kind :
        {kFindSignature, kFindChecksum, kFindNumber, kFindReserved, kFindLength, kFindCommitWord,
         kFindRedoWord, kFindRedoPending, kFindPadding, kFindUnusedSlot, kFindCount, kFindCountCopy,
-        kFindTimes, kFindOrder, kFindUnstable}) {
+        kFindTimes, kFindOrder, kFindUnstable, kFindReservedField, kFindConversion}) {
     ExpectNamed(std::string(kind));
   }
 }

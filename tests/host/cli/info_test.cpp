@@ -131,6 +131,26 @@ TEST_F(Info, TakesFirstSeenTimesOfFormat3) {
   EXPECT_EQ(Json()["newest_unix"], 1600000100);
 }
 
+TEST_F(Info, CallsTheNewestTimeOfFormat3WhatItIs) {
+  Store(path_, {RecordAt(0), RecordAt(5)}, 3, JournalFormat::k3);
+  EXPECT_THAT(Text(), HasSubstr("newest        2020-09-13 12:26:45, first seen\n"));
+  EXPECT_THAT(Text(), HasSubstr("room          1 record, "));
+}
+
+TEST_F(Info, ShowsASlowRateByTheHourOrTheDay) {
+  constexpr std::uint32_t kHour = 3600;
+  Store(path_, {RecordAt(0), RecordAt(10 * kHour)});
+  EXPECT_THAT(Text(), HasSubstr("recent rate   1.000 records an hour: 1 in the newest tenth of "
+                                "the time, 3600 s\n"));
+  EXPECT_DOUBLE_EQ(Json()["recent_rate"].get<double>(), 1.0 / kHour);
+  const std::string slower = directory_.Path("slower.journal");
+  Store(slower, {RecordAt(0), RecordAt(480 * kHour)});
+  EXPECT_THAT(Observe([&] {
+                return RunInfo({slower, "text"});
+              }).out,
+              HasSubstr("recent rate   0.500 records a day: 1 in "));
+}
+
 TEST_F(Info, TellsThatAWriterHasItOpen) {
   CDbFile writer;
   OpenToWrite(writer, path_, JournalFormat::k4, 10);
@@ -154,7 +174,7 @@ TEST_F(Info, CountsWhatWasOverwrittenMeanwhile) {
   EXPECT_EQ(info.summary.packets, 10U);
   EXPECT_EQ(info.summary.oldest, kStart + 1);
   EXPECT_THAT(Printed([&](std::FILE* out) { PrintInfoText(info, out); }),
-              HasSubstr("not counted   1 records that changed while they were read\n"));
+              HasSubstr("not counted   1 record that changed while they were read\n"));
 }
 
 TEST_F(Info, ShowsAnyPath) {
@@ -184,6 +204,18 @@ TEST_F(Info, SaysWhatIsWrongWithThePath) {
     EXPECT_EQ(ran.status, kExitFailed);
     EXPECT_THAT(ran.err, HasSubstr("the path is empty, too long or contains a NUL\n"));
   }
+}
+
+TEST_F(Info, NoPathIsTooLongForTheReason) {
+  const Ran ran = Observe([] { return RunInfo({std::string(100000, 'x') + "end", "text"}); });
+  EXPECT_LT(ran.err.size(), 1000U);
+  EXPECT_THAT(ran.err, HasSubstr("xxx (cut: 99603 bytes more) xxx"));
+  EXPECT_THAT(ran.err, HasSubstr("end: the path is empty, too long or contains a NUL\n"));
+}
+
+TEST_F(Info, AMissingJournalWhoseConversionWasInterruptedSaysSo) {
+  Store(path_ + ".~old", {RecordAt(0)}, 10, JournalFormat::k3);
+  EXPECT_THAT(RunText().err, HasSubstr("complete it with packetdb convert " + path_ + "\n"));
 }
 
 TEST_F(Info, RefusesAnUnknownOutputFormat) {

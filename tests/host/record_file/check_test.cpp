@@ -61,6 +61,16 @@ Checked Check(const std::string& path) {
   return checked;
 }
 
+std::vector<std::string> TextsOf(const std::string& path) {
+  std::vector<std::string> texts;
+  Descriptor file;
+  EXPECT_EQ(OpenUnlocked(path, Access::kRead, &file), kRecordFileOk);
+  EXPECT_EQ(
+      CheckRecordFile(file, [&texts](const Finding& finding) { texts.push_back(finding.text); }),
+      kRecordFileOk);
+  return texts;
+}
+
 // A file for three records that holds two: slot 2 is next, slot 3 was never used.
 class RecordFileCheck : public testing::Test {
  protected:
@@ -197,6 +207,15 @@ TEST_F(RecordFileCheck, FindsReservedBytesThatAreUsed) {
               ElementsAre(Damage(200, kFindReserved), Damage(4091, kFindReserved)));
 }
 
+TEST_F(RecordFileCheck, TellsARunOfReservedBytesOnce) {
+  EXPECT_THAT(FoundWithHeader([](HeaderPage* h) {
+                std::fill_n(h->reserved.begin() + 10, 500, 'x');
+                h->reserved[300] = 0;
+              }),
+              ElementsAre(Damage(210, kFindReserved)));
+  EXPECT_THAT(TextsOf(path_), ElementsAre("reserved bytes of the header are not 0 (500 bytes)"));
+}
+
 TEST_F(RecordFileCheck, FindsWhereAFileEndsTooEarly) {
   for (std::size_t length = sound_.size() - 1; length >= kSignature.size(); --length) {
     std::filesystem::resize_file(path_, length);
@@ -222,6 +241,15 @@ TEST_F(RecordFileCheck, FindsACommitWordBeyondTheSlotsOfAFileWithoutABound) {
   path_ = MakeJournal(disk_, 2, kNoBound);
   sound_ = ReadBytes(path_);
   EXPECT_THAT(FoundWithState(1000000, kNoRedo), ElementsAre(Damage(4096, kFindCommitWord)));
+}
+
+TEST_F(RecordFileCheck, ADamagedCommitWordHidesNoDamageOfTheState) {
+  Bytes bytes = sound_;
+  std::fill_n(bytes.begin() + 4096, 8, '\xff');
+  bytes[4104] = bytes[4170] = bytes[4224 + 72] = 'x';
+  EXPECT_THAT(FoundIn(bytes),
+              ElementsAre(Damage(4096, kFindCommitWord), Damage(4104, kFindPadding),
+                          Damage(4170, kFindPadding), Warning(4224 + 72, kFindPadding)));
 }
 
 TEST_F(RecordFileCheck, FindsARedoOfARecordThatIsNotThere) {
@@ -265,19 +293,38 @@ TEST_F(RecordFileCheck, WarnsOfBytesBetweenARecordAndTheNextSlot) {
   EXPECT_THAT(FoundWithByte(8192 + 61, 1), ElementsAre(Warning(8192 + 61, kFindPadding)));
 }
 
+TEST_F(RecordFileCheck, TellsARunOfPaddingAmongTheSlotsOnce) {
+  constexpr std::size_t kCount = 10000;  // more than one piece is read
+  CDbFile file;
+  ASSERT_EQ(file.Init(path_, "Zolrak-Packet-Database", 60, kCount, kModeAnew), kRecordFileOk);
+  for (std::size_t i = 0; i < kCount; ++i) file.AppendRecord(Bytes(60, 'r').data());
+  file.Done();
+  Bytes bytes = ReadBytes(path_);
+  for (const std::size_t slot : {5U, 6U, 7U, 9000U}) bytes[8192 + slot * 64 + 60] = 'x';
+  EXPECT_THAT(FoundIn(bytes), ElementsAre(Warning(8192 + 5 * 64 + 60, kFindPadding),
+                                          Warning(8192 + 9000 * 64 + 60, kFindPadding)));
+  EXPECT_THAT(TextsOf(path_), ElementsAre("the bytes between records are not all zeros (129 bytes)",
+                                          "the bytes between records are not all zeros (1 byte)"));
+}
+
 TEST_F(RecordFileCheck, FindsEveryByteOfAnUnusedSlotThatIsNotZero) {
   for (std::size_t position = 8192 + 3 * 72; position < sound_.size(); ++position) {
     ASSERT_THAT(FoundWithByte(position, 1), ElementsAre(Damage(position, kFindUnusedSlot)));
   }
 }
 
-TEST_F(RecordFileCheck, FindsEachUnusedSlotOnce) {
+TEST_F(RecordFileCheck, TellsARunOfUnusedSlotsOnce) {
   path_ = MakeJournal(disk_, 2, 10000);
   Bytes bytes = ReadBytes(path_);
-  std::fill(bytes.begin() + 8192 + 9998 * 72, bytes.end(), '\xff');
-  EXPECT_THAT(FoundIn(bytes), ElementsAre(Damage(8192 + 9998 * 72, kFindUnusedSlot),
-                                          Damage(8192 + 9999 * 72, kFindUnusedSlot),
-                                          Damage(8192 + 10000 * 72, kFindUnusedSlot)));
+  bytes[8192 + 5 * 72] = 'x';
+  std::fill(bytes.begin() + 8192 + 1000 * 72, bytes.end(), '\xff');
+  EXPECT_THAT(FoundIn(bytes), ElementsAre(Damage(8192 + 5 * 72, kFindUnusedSlot),
+                                          Damage(8192 + 1000 * 72, kFindUnusedSlot)));
+  EXPECT_THAT(
+      TextsOf(path_),
+      ElementsAre("the slot of record 5, which was never used, is not all zeros (1 byte)",
+                  "the slots of records 1000 to 10000, which were never used, are not all zeros "
+                  "(648072 bytes)"));
 }
 
 TEST_F(RecordFileCheck, FindsUnusedSlotsOnBothSidesOfTheEnd) {
@@ -285,8 +332,9 @@ TEST_F(RecordFileCheck, FindsUnusedSlotsOnBothSidesOfTheEnd) {
   Bytes bytes = ReadBytes(path_);
   std::fill(bytes.begin() + 8192, bytes.end(), '\xff');
   EXPECT_THAT(FoundIn(bytes),
-              ElementsAre(Damage(8192 + 3 * 72, kFindUnusedSlot), Damage(8192, kFindUnusedSlot),
-                          Damage(8192 + 72, kFindUnusedSlot)));
+              ElementsAre(Damage(8192 + 3 * 72, kFindUnusedSlot), Damage(8192, kFindUnusedSlot)));
+  EXPECT_THAT(TextsOf(path_),
+              ElementsAre(testing::HasSubstr("record 7,"), testing::HasSubstr("records 8 to 9,")));
 }
 
 TEST_F(RecordFileCheck, FindsUnusedSlotsOfAFileWithoutABound) {

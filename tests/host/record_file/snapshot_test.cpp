@@ -24,6 +24,9 @@ class Onlooker {
   explicit Onlooker(const std::string& path) : opened_(OpenUnlocked(path, Access::kRead, &file_)) {}
 
   RecordFileResult Begin() { return opened_ < 0 ? opened_ : snapshot_.emplace(file_).Begin(); }
+  RecordFileResult BeginDespiteDamage() {
+    return opened_ < 0 ? opened_ : snapshot_.emplace(file_).BeginDespiteDamage();
+  }
   Snapshot& snapshot() { return *snapshot_; }
 
   // The value of each record of the snapshot; none for one that is gone or unstable.
@@ -70,6 +73,60 @@ TEST(RecordFileSnapshot, ReadsAFileOfManyChunks) {
     ASSERT_EQ(values.size(), capacity == kNoBound ? kCount : capacity);
     for (std::size_t i = 0; i < values.size(); ++i) ASSERT_EQ(values[i], oldest + i + 1);
   }
+}
+
+TEST(RecordFileSnapshot, ReadsWhatATruncatedFileStillHas) {
+  Disk disk;
+  const std::string path = MakeJournal(disk, 5, 5);
+  std::filesystem::resize_file(path, 8192 + 3 * 72 + 71);
+  Onlooker onlooker(path);
+  EXPECT_EQ(onlooker.Begin(), kTruncatedFile);
+  ASSERT_EQ(onlooker.BeginDespiteDamage(), kRecordFileOk);
+  EXPECT_THAT(onlooker.Values(), ElementsAre(1, 2, 3, std::nullopt, std::nullopt));
+  SnapshotRecord record;
+  ASSERT_EQ(onlooker.snapshot().Read(3, &record), kRecordFileOk);
+  EXPECT_EQ(record.fate, RecordFate::kMissing);
+  EXPECT_EQ(record.offset, 8192U + 3 * 72);
+}
+
+TEST(RecordFileSnapshot, ReadsAFileThatIsTooLong) {
+  Disk disk;
+  const std::string path = MakeJournal(disk, 2, 5);
+  std::filesystem::resize_file(path, 100000);
+  Onlooker onlooker(path);
+  EXPECT_EQ(onlooker.Begin(), kOverlongFile);
+  ASSERT_EQ(onlooker.BeginDespiteDamage(), kRecordFileOk);
+  EXPECT_THAT(onlooker.Values(), ElementsAre(1, 2));
+}
+
+TEST(RecordFileSnapshot, ReadsAFileWhoseRedoWordIsDamaged) {
+  Disk disk;
+  const std::string path = MakeJournal(disk, 2, 5);
+  Bytes bytes = ReadBytes(path);
+  StateWords state = StateOf(bytes);
+  state.redo = 77;
+  PutState(state, &bytes);
+  WriteBytes(path, bytes);
+  Onlooker onlooker(path);
+  EXPECT_EQ(onlooker.Begin(), kDamagedState);
+  ASSERT_EQ(onlooker.BeginDespiteDamage(), kRecordFileOk);
+  EXPECT_THAT(onlooker.Values(), ElementsAre(1, 2));
+}
+
+TEST(RecordFileSnapshot, OtherDamageKeepsItFromBeginning) {
+  Disk disk;
+  const std::string path = MakeJournal(disk, 2, 5);
+  const Bytes sound = ReadBytes(path);
+  const auto begin = [&](std::size_t position) {
+    Bytes bytes = sound;
+    bytes[position] = '\x7f';
+    WriteBytes(path, bytes);
+    return Onlooker(path).BeginDespiteDamage();
+  };
+  EXPECT_EQ(begin(64), kDamagedHeader);
+  EXPECT_EQ(begin(4096 + 7), kDamagedState);
+  WriteBytes(path, {sound.begin(), sound.begin() + 4100});
+  EXPECT_EQ(Onlooker(path).BeginDespiteDamage(), kTruncatedFile);
 }
 
 TEST(RecordFileSnapshot, ReadsInAnyOrder) {
