@@ -5,6 +5,7 @@
 #include <ostream>
 #include <sys/stat.h>
 
+#include "host/bus/client.h"
 #include "tests/system/support/ask.h"
 #include "tests/system/support/daemon.h"
 #include "tests/system/support/eventually.h"
@@ -76,7 +77,12 @@ TEST(DaemonLifeTest, ReaderOfTheLogThatIsGoneDoesNotEndTheDaemon) {
     shell.push_back(part);
   }
   const Program daemon(shell);
-  ASSERT_TRUE(Eventually([&] { return std::filesystem::exists(socket); }));
+  // The socket is there a moment before anybody listens on it.
+  const auto listens = [&] {
+    BusFailure ignored;
+    return ConnectTo(socket, {}, &ignored) != nullptr;
+  };
+  ASSERT_TRUE(Eventually(listens));
   for (int query = 0; query < 3; ++query) {
     EXPECT_THAT(Ask(socket, QueryOf("edge")).rows, SizeIs(1));
   }
