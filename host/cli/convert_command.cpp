@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <fmt/format.h>
 
+#include "host/cli/counted.h"
 #include "host/cli/report.h"
 #include "host/journals/conversion.h"
 #include "host/journals/conversion_files.h"
@@ -27,16 +28,12 @@ ExitCode ExitCodeOf(const JournalError& error) {
 }
 
 ExitCode Answer(const std::string& line) {
-  fmt::print("{}\n", EscapeForLog(line));
+  std::fputs((EscapeForLog(line) + "\n").c_str(), stdout);
   return FlushOutput() ? kExitOk : kExitFailed;
 }
 
-std::string Records(std::uint64_t count) {
-  return fmt::format("{} record{}", count, count == 1 ? "" : "s");
-}
-
 std::string AlreadyCurrent(const std::string& path, std::uint64_t records) {
-  return fmt::format("journal {} is of format 4 already: {}", path, Records(records));
+  return fmt::format("journal {} is of format 4 already: {}", path, Counted(records, "record"));
 }
 
 std::string DescribePlan(const ConversionPlan& plan, const std::string& path) {
@@ -46,7 +43,7 @@ std::string DescribePlan(const ConversionPlan& plan, const std::string& path) {
   }
   const std::string what = fmt::format("journal {}{}: format {}, {}", path,
                                        plan.interrupted ? ", whose conversion was interrupted" : "",
-                                       FormatName(plan.format), Records(plan.records));
+                                       FormatName(plan.format), Counted(plan.records, "record"));
   if (!is_old) {
     return fmt::format("{}; it lacks nothing but its name", what);
   }
