@@ -15,12 +15,18 @@ namespace {
 
 constexpr std::uint64_t kMergedNewest = 5;  // merges go to one of so many newest records
 constexpr std::uint64_t kAppendsPerMerge = 3;
+constexpr std::uint64_t kVersionFactor = 1000003;
+constexpr std::size_t kRoomToRemember = 100000;
 constexpr std::uint64_t kNone = ~std::uint64_t{0};
 
 }  // namespace
 
 DrivenJournal::DrivenJournal(std::string path, unsigned long capacity)
-    : path_(std::move(path)), capacity_(capacity) {}
+    : path_(std::move(path)), capacity_(capacity) {
+  // Remembering must not need memory while there is none to be had.
+  versions_.reserve(kRoomToRemember);
+  tickets_.reserve(kRoomToRemember);
+}
 
 int DrivenJournal::Open(int mode) {
   const bool empties = mode == kModeAnew;
@@ -89,6 +95,23 @@ bool DrivenJournal::JudgeOpen(const std::string& when, CDbFile& file, Verdict* v
   return wrong == kNone;
 }
 
+std::uint64_t DrivenJournal::JudgeWhatIsLeft(const std::string& when, CDbFile& file,
+                                             Verdict* verdict) const {
+  std::uint64_t refused = 0;
+  const int count = file.RecordCount();
+  for (int position = 0; position < count; ++position) {
+    Record record = {};
+    if (file.ReadRecord(position, record.data()) < 0) {
+      ++refused;
+    } else {
+      const std::uint64_t number = NumberOf(record);
+      verdict->Require(number < versions_.size() && IsRight(record, number),
+                       fmt::format("{}: position {} is a record that was written", when, position));
+    }
+  }
+  return refused;
+}
+
 std::uint64_t DrivenJournal::FirstWrong(CDbFile& file) const {
   Record record = {};
   for (std::uint64_t number = oldest_; number < versions_.size(); ++number) {
@@ -120,9 +143,14 @@ void DrivenJournal::ForgetAll() {
 DrivenJournal::Record DrivenJournal::MakeRecord(std::uint64_t number, std::uint64_t version) {
   Record record;
   for (std::size_t i = 0; i < record.size(); ++i) {
-    record[i] = number * (2 * i + 1) + version * (2 * i + 3) * 1000003 + i;
+    record[i] = number * (2 * i + 1) + version * kVersionFactor * (2 * i + 3) + i;
   }
   return record;
+}
+
+std::uint64_t DrivenJournal::NumberOf(const Record& record) {
+  const std::uint64_t version = (3 * record[0] - (record[1] - 1)) / 4;  // times kVersionFactor
+  return record[0] - 3 * version;
 }
 
 bool DrivenJournal::IsRight(const Record& record, std::uint64_t number) const {

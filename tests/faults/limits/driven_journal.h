@@ -51,8 +51,12 @@ class DrivenJournal {
   // the file and failed may have emptied it.
   void Judge(const std::string& when, Verdict* verdict);
 
-  // Requires that `file` shows that now. Returns whether it does.
+  // Requires that `file` shows exactly what was acknowledged now. Returns whether it does.
   bool JudgeOpen(const std::string& when, CDbFile& file, Verdict* verdict);
+
+  // Requires that whatever `file` hands out now is a record that was acknowledged. Returns how many
+  // records it refused to hand out.
+  std::uint64_t JudgeWhatIsLeft(const std::string& when, CDbFile& file, Verdict* verdict) const;
 
  private:
   using Record = std::array<std::uint64_t, kRecordSize / sizeof(std::uint64_t)>;
@@ -62,6 +66,7 @@ class DrivenJournal {
   };
 
   static Record MakeRecord(std::uint64_t number, std::uint64_t version);
+  static std::uint64_t NumberOf(const Record& record);  // of one that MakeRecord made
   bool IsRight(const Record& record, std::uint64_t number) const;
   std::uint64_t FirstWrong(CDbFile& file) const;
   void LearnCapacity();

@@ -13,6 +13,8 @@
 namespace packetdb::faults {
 namespace {
 
+constexpr std::uint64_t kPrinted = 10;  // of one trial
+
 struct Counts {
   std::uint64_t looked_at = 0;
   std::uint64_t broken = 0;
@@ -60,7 +62,8 @@ void Verdict::Require(bool kept, const std::string& promise) {
   ++looked_at_;
   if (kept) return;
   ++broken_;
-  fmt::print("violated: {}\n", promise);
+  if (broken_ <= kPrinted) fmt::print("violated: {}\n", promise);
+  if (broken_ == kPrinted) fmt::print("violated: what follows is counted only\n");
 }
 
 void Verdict::Add(std::uint64_t looked_at, std::uint64_t broken) {

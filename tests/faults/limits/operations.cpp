@@ -1,0 +1,149 @@
+#include "tests/faults/limits/operations.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace packetdb::faults {
+namespace {
+
+constexpr unsigned long kOther = 4 * kSmallCapacity;
+
+void DoNothing(DrivenJournal&) {}
+
+// A closed journal that has wrapped.
+void Make(DrivenJournal& journal) {
+  journal.Open();
+  journal.AppendMany(2 * kSmallCapacity + kSmallCapacity / 2);
+  journal.Close();
+}
+
+void MakeAndOpen(DrivenJournal& journal) {
+  Make(journal);
+  journal.Open();
+}
+
+void MakeAndKill(DrivenJournal& journal) {
+  MakeAndOpen(journal);
+  journal.AppendMany(kSmallCapacity / 3);
+  LeaveAsKilled(journal);
+}
+
+int Open(DrivenJournal& journal, Verdict*) { return journal.Open(); }
+
+int Empty(DrivenJournal& journal, Verdict*) { return journal.Open(kModeAnew); }
+
+int Resize(DrivenJournal& journal, unsigned long capacity) {
+  journal.AskForCapacity(capacity);
+  return journal.Open(kModeWrite);
+}
+
+int AppendMany(DrivenJournal& journal, int count) {
+  int result = 0;
+  for (int i = 0; i < count && result >= 0; ++i) result = journal.Append();
+  return result;
+}
+
+int Append(DrivenJournal& journal, Verdict*) { return AppendMany(journal, 3 * kSmallCapacity); }
+
+// 72-byte records of more than the step in which files grow.
+int Grow(DrivenJournal& journal, Verdict*) { return AppendMany(journal, 40000); }
+
+int Merge(DrivenJournal& journal, Verdict*) {
+  int result = 0;
+  for (int i = 0; i < 20 && result >= 0; ++i) result = journal.Merge();
+  return result;
+}
+
+int Close(DrivenJournal& journal, Verdict*) {
+  journal.Close();
+  return 0;
+}
+
+int Read(DrivenJournal& journal, Verdict* verdict) {
+  CDbFile reader;
+  const int result = reader.Init(journal.path(), kMagic, kRecordSize, kSmallCapacity, kModeRead);
+  if (result >= 0) journal.JudgeOpen("read by another", reader, verdict);
+  return result;
+}
+
+int Reread(DrivenJournal& journal, Verdict* verdict) {
+  journal.Close();
+  return Read(journal, verdict);
+}
+
+}  // namespace
+
+std::vector<Operation> Operations() {
+  const auto grow = [](DrivenJournal& journal, Verdict*) { return Resize(journal, kOther); };
+  const auto shrink = [](DrivenJournal& journal, Verdict*) {
+    return Resize(journal, kSmallCapacity / 4);
+  };
+  const auto open_unbounded = [](DrivenJournal& journal) { journal.Open(); };
+  return {
+      {.name = "create",
+       .capacity = kSmallCapacity,
+       .prepare = DoNothing,
+       .act = Open,
+       .makes_file = true},
+      {.name = "create without a bound",
+       .capacity = kNoBound,
+       .prepare = DoNothing,
+       .act = Open,
+       .makes_file = true},
+      {.name = "empty", .capacity = kSmallCapacity, .prepare = Make, .act = Empty},
+      {.name = "open", .capacity = kSmallCapacity, .prepare = Make, .act = Open},
+      {.name = "open after a kill",
+       .capacity = kSmallCapacity,
+       .prepare = MakeAndKill,
+       .act = Open},
+      {.name = "grow", .capacity = kSmallCapacity, .prepare = Make, .act = grow},
+      {.name = "shrink", .capacity = kSmallCapacity, .prepare = Make, .act = shrink},
+      {.name = "append",
+       .capacity = kSmallCapacity,
+       .prepare = MakeAndOpen,
+       .act = Append,
+       .leaves_open = true},
+      {.name = "append without a bound",
+       .capacity = kNoBound,
+       .prepare = open_unbounded,
+       .act = Grow,
+       .leaves_open = true},
+      {.name = "merge",
+       .capacity = kSmallCapacity,
+       .prepare = MakeAndOpen,
+       .act = Merge,
+       .leaves_open = true},
+      {.name = "close", .capacity = kSmallCapacity, .prepare = MakeAndOpen, .act = Close},
+      {.name = "read", .capacity = kSmallCapacity, .prepare = Make, .act = Reread},
+      {.name = "read after a kill",
+       .capacity = kSmallCapacity,
+       .prepare = MakeAndKill,
+       .act = Reread},
+      {.name = "read beside a writer",
+       .capacity = kSmallCapacity,
+       .prepare = MakeAndOpen,
+       .act = Read,
+       .leaves_open = true},
+  };
+}
+
+void LeaveAsKilled(DrivenJournal& journal) {
+  // What the file holds while it is open is what a killed process leaves.
+  const std::string copy = journal.path() + ".copy";
+  std::filesystem::copy_file(journal.path(), copy);
+  journal.Close();
+  std::filesystem::rename(copy, journal.path());
+}
+
+std::string NamesIn(const std::string& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    names.push_back(entry.path().filename().string());
+  }
+  std::sort(names.begin(), names.end());
+  std::string all;
+  for (const std::string& name : names) all += name + " ";
+  return all;
+}
+
+}  // namespace packetdb::faults
