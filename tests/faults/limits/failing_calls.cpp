@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -74,10 +75,10 @@ bool Try(const Operation& operation, const FaultKind& kind, std::uint64_t nth,
   return report.calls >= nth;
 }
 
-void TryEachCall(const Operation& operation, const FaultKind& kind, const std::string& folder,
-                 Verdict* verdict) {
-  std::uint64_t nth = 1;
-  while (Try(operation, kind, nth, folder, verdict)) ++nth;
+void TryCalls(const Operation& operation, const FaultKind& kind, const Stride& stride,
+              const std::string& folder, Verdict* verdict) {
+  std::uint64_t nth = stride.first;
+  while (Try(operation, kind, nth, folder, verdict)) nth += stride.every;
 }
 
 std::uint64_t CountCalls(const Operation& operation, const std::string& folder) {
@@ -93,23 +94,30 @@ std::uint64_t CountCalls(const Operation& operation, const std::string& folder) 
   return report.calls;
 }
 
-Outcome RunTrials(const std::string& only, const Common& common) {
+struct Options {
+  std::string only;
+  std::uint64_t every = 1;
+};
+
+Outcome RunTrials(const Options& options, const Common& common) {
   Verdict verdict;
+  std::mt19937_64 random(common.seed);
   std::uint64_t calls = 0;
   for (const Operation& operation : Operations()) {
-    if (!only.empty() && operation.name != only) continue;
+    if (!options.only.empty() && operation.name != options.only) continue;
     const std::uint64_t of_it = CountCalls(operation, common.directory);
     fmt::print("{}: {} calls\n", operation.name, of_it);
     calls += of_it;
     for (const FaultKind& kind : FaultKinds()) {
+      const Stride stride = {1 + random() % options.every, options.every};
       const auto trial = [&](Verdict& found) {
-        TryEachCall(operation, kind, common.directory, &found);
+        TryCalls(operation, kind, stride, common.directory, &found);
       };
       RunTrial(operation.name + ", calls " + kind.name, trial, &verdict);
     }
   }
   verdict.Require(calls != 0, "there are calls that can fail");
-  return {verdict.broken(), fmt::format("{} calls, each {} times; {} promises looked at", calls,
+  return {verdict.broken(), fmt::format("{} calls, {} ways to fail, {} promises looked at", calls,
                                         FaultKinds().size(), verdict.looked_at())};
 }
 
@@ -120,8 +128,9 @@ int main(int argc, char** argv) {
   using namespace packetdb::faults;
   const std::string description = "lets each call of the system fail that a record file makes";
   return Run(argc, argv, description, [](CLI::App& app) {
-    auto only = std::make_shared<std::string>();
-    app.add_option("--op", *only, "the only operation to try; all, unless given");
-    return [only](const Common& common) { return RunTrials(*only, common); };
+    auto options = std::make_shared<Options>();
+    app.add_option("--op", options->only, "the only operation to try; all, unless given");
+    AddStride(app, &options->every);
+    return [options](const Common& common) { return RunTrials(*options, common); };
   });
 }

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <memory>
+#include <random>
 #include <string>
 
 #include "tests/faults/limits/old_journal.h"
@@ -15,6 +16,8 @@ namespace packetdb::faults {
 namespace {
 
 constexpr int kRecords = 5;
+
+using Random = std::mt19937_64;
 
 // Returns how many calls the conversion made.
 std::uint64_t Convert(OldFormat format, const FaultKind& kind, std::uint64_t nth,
@@ -39,19 +42,23 @@ std::uint64_t Convert(OldFormat format, const FaultKind& kind, std::uint64_t nth
   return report.calls;
 }
 
-void TryEachCall(OldFormat format, const FaultKind& kind, const std::string& folder,
-                 Verdict* verdict) {
-  std::uint64_t nth = 1;
-  while (Convert(format, kind, nth, folder, verdict) >= nth) ++nth;
-  fmt::print("format {}, calls {}: {} tried\n", NameOf(format), kind.name, nth - 1);
+void TryCalls(OldFormat format, const FaultKind& kind, const Stride& stride,
+              const std::string& folder, Verdict* verdict) {
+  std::uint64_t nth = stride.first;
+  std::uint64_t calls = 0;
+  while ((calls = Convert(format, kind, nth, folder, verdict)) >= nth) nth += stride.every;
+  fmt::print("format {}, calls {}: {} of {} tried\n", NameOf(format), kind.name,
+             (nth - stride.first) / stride.every, calls);
 }
 
-Outcome RunTrials(const Common& common) {
+Outcome RunTrials(std::uint64_t every, const Common& common) {
   Verdict verdict;
+  Random random(common.seed);
   for (const OldFormat format : {OldFormat::k3, OldFormat::k41}) {
     for (const FaultKind& kind : FaultKinds()) {
+      const Stride stride = {1 + random() % every, every};
       const auto trial = [&](Verdict& found) {
-        TryEachCall(format, kind, common.directory, &found);
+        TryCalls(format, kind, stride, common.directory, &found);
       };
       RunTrial(fmt::format("format {}, calls {}", NameOf(format), kind.name), trial, &verdict);
     }
@@ -65,5 +72,9 @@ Outcome RunTrials(const Common& common) {
 int main(int argc, char** argv) {
   using namespace packetdb::faults;
   const std::string description = "lets each call of the system fail that a conversion makes";
-  return Run(argc, argv, description, [](CLI::App&) { return RunTrials; });
+  return Run(argc, argv, description, [](CLI::App& app) {
+    auto every = std::make_shared<std::uint64_t>(1);
+    AddStride(app, every.get());
+    return [every](const Common& common) { return RunTrials(*every, common); };
+  });
 }

@@ -97,6 +97,12 @@ std::vector<FaultKind> FaultKinds() {
   return kinds;
 }
 
+void AddStride(CLI::App& app, std::uint64_t* every) {
+  app.add_option("--every", *every, "of how many calls one fails, from one that the seed chooses")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+}
+
 void Arm(const CallFault& fault) {
   const std::lock_guard lock(plan_mutex);
   plan = fault;

@@ -2,6 +2,7 @@
 // linker prefers a program's own definitions. A program that links this has them all.
 #pragma once
 
+#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -24,6 +25,13 @@ struct FaultKind {
   bool for_good;
 };
 std::vector<FaultKind> FaultKinds();
+
+// Which calls are tried: the first is number `first`.
+struct Stride {
+  std::uint64_t first = 1;
+  std::uint64_t every = 1;
+};
+void AddStride(CLI::App& app, std::uint64_t* every);
 
 struct CallReport {
   std::uint64_t calls = 0;   // counted since Arm
