@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "host/record_file/result.h"
-#include "tests/faults/limits/driven_journal.h"
+#include "tests/faults/limits/operations.h"
 #include "tests/faults/program.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -29,8 +29,6 @@
 
 namespace packetdb::faults {
 namespace {
-
-constexpr unsigned long kCapacity = 2000;
 
 struct Options {
   std::uint64_t steps = 24;  // limits tried between nothing and enough
@@ -99,61 +97,6 @@ std::vector<Limit> Limits(const Options& options) {
   return limits;
 }
 
-// Something that a writer may want while the process is short of something.
-struct Wish {
-  std::string name;
-  unsigned long capacity;                              // of the file that is there
-  std::function<void(DrivenJournal& journal)> before;  // without limits
-  std::function<int(DrivenJournal& journal)> act;      // within the limit
-  bool needs_all = false;  // of each thing that is limited, so that it must be refused sometimes
-};
-
-int AppendUntilRefused(DrivenJournal& journal, int most) {
-  int result = 0;
-  for (int i = 0; i < most && result >= 0; ++i) result = journal.Append();
-  return result;
-}
-
-std::vector<Wish> Wishes() {
-  const auto nothing = [](DrivenJournal&) {};
-  const auto open = [](DrivenJournal& journal) { return journal.Open(); };
-  const auto make = [](DrivenJournal& journal) {
-    journal.Open();
-    journal.AppendMany(3 * kCapacity);
-    journal.Close();
-  };
-  const auto resize_to = [](unsigned long capacity) {
-    return [capacity](DrivenJournal& journal) {
-      journal.AskForCapacity(capacity);
-      return journal.Open(kModeWrite);
-    };
-  };
-  return {
-      {"creating", kCapacity, nothing, open, true},
-      {"creating without a bound", kNoBound, nothing, open},
-      {"emptying", kCapacity, make, [](DrivenJournal& journal) { return journal.Open(kModeAnew); }},
-      {"opening", kCapacity, make, open},
-      {"growing", kCapacity, make, resize_to(4 * kCapacity)},
-      {"shrinking", kCapacity, make, resize_to(kCapacity / 4)},
-      {"appending", kCapacity,
-       [make](DrivenJournal& journal) {
-         make(journal);
-         journal.Open();
-       },
-       [](DrivenJournal& journal) { return AppendUntilRefused(journal, 3 * kCapacity); }},
-      {"appending without a bound", kNoBound, [](DrivenJournal& journal) { journal.Open(); },
-       [](DrivenJournal& journal) { return AppendUntilRefused(journal, 40000); }},
-  };
-}
-
-std::string NamesIn(const std::string& folder) {
-  std::string names;
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-    names += entry.path().filename().string() + " ";
-  }
-  return names;
-}
-
 bool IsOneOf(int result, const std::vector<host::RecordFileResult>& codes) {
   for (const host::RecordFileResult code : codes) {
     if (result == code) return true;
@@ -161,17 +104,17 @@ bool IsOneOf(int result, const std::vector<host::RecordFileResult>& codes) {
   return false;
 }
 
-// One attempt. Whether the wish was granted.
-bool Try(const Limit& limit, const Wish& wish, std::uint64_t units, const std::string& folder,
-         Verdict* verdict) {
-  const std::string when = fmt::format("{} with {} more of {}", wish.name, units, limit.name);
+// One attempt. Whether the operation was granted.
+bool Try(const Limit& limit, const Operation& operation, std::uint64_t units,
+         const std::string& folder, Verdict* verdict) {
+  const std::string when = fmt::format("{} with {} more of {}", operation.name, units, limit.name);
   const std::string path = folder + "/journal";
   std::filesystem::remove(path);
-  DrivenJournal journal(path, wish.capacity);
-  wish.before(journal);
+  DrivenJournal journal(path, operation.capacity);
+  operation.prepare(journal);
   const bool was_there = std::filesystem::exists(path);
   limit.set(units);
-  const int result = wish.act(journal);
+  const int result = operation.act(journal, verdict);
   LiftAll();
   if (result < 0) {
     verdict->Require(IsOneOf(result, limit.codes), when + " is refused by " + Describe(result));
@@ -185,30 +128,31 @@ bool Try(const Limit& limit, const Wish& wish, std::uint64_t units, const std::s
   return result >= 0;
 }
 
-void TryWithMoreAndMore(const Limit& limit, const Wish& wish, const Options& options,
+void TryWithMoreAndMore(const Limit& limit, const Operation& operation, const Options& options,
                         const std::string& folder, Verdict* verdict) {
   // The limit ends the process by default; whoever writes journals ignores the signal.
   std::signal(SIGXFSZ, SIG_IGN);
   std::uint64_t refusals = 0;
   bool granted = false;
   for (std::uint64_t step = 0; step <= 2 * options.steps; ++step) {
-    granted = Try(limit, wish, step * limit.step_units, folder, verdict);
+    granted = Try(limit, operation, step * limit.step_units, folder, verdict);
     if (!granted) ++refusals;
   }
-  verdict->Require(granted, wish.name + " succeeds within a wide limit");
-  verdict->Require(refusals != 0 || !wish.needs_all, wish.name + " fails within a tight limit");
-  fmt::print("{}, {}: refused {} times of {}\n", limit.name, wish.name, refusals,
+  verdict->Require(granted, operation.name + " succeeds within a wide limit");
+  verdict->Require(refusals != 0 || !operation.makes_file,
+                   operation.name + " fails within a tight limit");
+  fmt::print("{}, {}: refused {} times of {}\n", limit.name, operation.name, refusals,
              2 * options.steps + 1);
 }
 
 Outcome RunTrials(const Options& options, const Common& common) {
   Verdict verdict;
   for (const Limit& limit : Limits(options)) {
-    for (const Wish& wish : Wishes()) {
+    for (const Operation& operation : Operations()) {
       const auto trial = [&](Verdict& found) {
-        TryWithMoreAndMore(limit, wish, options, common.directory, &found);
+        TryWithMoreAndMore(limit, operation, options, common.directory, &found);
       };
-      RunTrial(wish.name + " within a limit of " + limit.name, trial, &verdict);
+      RunTrial(operation.name + " within a limit of " + limit.name, trial, &verdict);
     }
   }
   return {verdict.broken(), fmt::format("{} promises looked at", verdict.looked_at())};
