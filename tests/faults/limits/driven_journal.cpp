@@ -30,11 +30,18 @@ DrivenJournal::DrivenJournal(std::string path, unsigned long capacity)
 
 int DrivenJournal::Open(int mode) {
   const bool empties = mode == kModeAnew;
+  is_open_ = false;
   const int result = file_.Init(path_, kMagic, kRecordSize, capacity_, mode);
   if (empties && result >= 0) ForgetAll();
   if (empties && result < 0) may_be_empty_ = true;
   if (result >= 0) LearnCapacity();
+  is_open_ = result >= 0;
   return result;
+}
+
+void DrivenJournal::Close() {
+  file_.Done();
+  is_open_ = false;
 }
 
 int DrivenJournal::Append() {
@@ -97,19 +104,17 @@ bool DrivenJournal::JudgeOpen(const std::string& when, CDbFile& file, Verdict* v
 
 std::uint64_t DrivenJournal::JudgeWhatIsLeft(const std::string& when, CDbFile& file,
                                              Verdict* verdict) const {
-  std::uint64_t refused = 0;
+  std::uint64_t handed_out = 0;
   const int count = file.RecordCount();
   for (int position = 0; position < count; ++position) {
     Record record = {};
-    if (file.ReadRecord(position, record.data()) < 0) {
-      ++refused;
-    } else {
-      const std::uint64_t number = NumberOf(record);
-      verdict->Require(number < versions_.size() && IsRight(record, number),
-                       fmt::format("{}: position {} is a record that was written", when, position));
-    }
+    if (file.ReadRecord(position, record.data()) < 0) continue;
+    ++handed_out;
+    const std::uint64_t number = NumberOf(record);
+    verdict->Require(number < versions_.size() && IsRight(record, number),
+                     fmt::format("{}: position {} is a record that was written", when, position));
   }
-  return refused;
+  return handed_out;
 }
 
 std::uint64_t DrivenJournal::FirstWrong(CDbFile& file) const {

@@ -39,7 +39,8 @@ class DrivenJournal {
   int Merge();  // another version of one of the newest records, of which there is one
   // Appends, and merges now and then; throws when one is refused.
   void AppendMany(std::uint64_t count);
-  void Close() { file_.Done(); }
+  void Close();
+  bool is_open() const { return is_open_; }
 
   const std::string& path() const { return path_; }
   CDbFile& file() { return file_; }
@@ -55,7 +56,7 @@ class DrivenJournal {
   bool JudgeOpen(const std::string& when, CDbFile& file, Verdict* verdict);
 
   // Requires that whatever `file` hands out now is a record that was acknowledged. Returns how many
-  // records it refused to hand out.
+  // it hands out.
   std::uint64_t JudgeWhatIsLeft(const std::string& when, CDbFile& file, Verdict* verdict) const;
 
  private:
@@ -82,6 +83,7 @@ class DrivenJournal {
   std::uint64_t last_version_ = 0;
   std::optional<Doubt> doubt_;  // the merge that failed
   bool may_be_empty_ = false;
+  bool is_open_ = false;
 };
 
 // What a check of the closed file finds broken in it; empty when nothing is.

@@ -19,8 +19,7 @@ struct Operation {
   // Returns what the record file does, of several things the first failure. What could be read
   // must be right all the same.
   std::function<int(DrivenJournal& journal, Verdict* verdict)> act;
-  bool makes_file = false;   // there is none before
-  bool leaves_open = false;  // the journal is open before and after
+  bool makes_file = false;  // there is none before
 };
 
 std::vector<Operation> Operations();

@@ -99,8 +99,9 @@ std::uint64_t SmallDisk::block_bytes() const { return Statistics(mount_point_).f
 std::uint64_t SmallDisk::FreeBlocks() const { return Statistics(mount_point_).f_bavail; }
 
 void SmallDisk::MountTmpfs() {
-  const std::string size = fmt::format("size={}", bytes_);
-  if (mount("tmpfs", mount_point_.c_str(), "tmpfs", 0, size.c_str()) != 0) {
+  // A folder that others may write to would not do for a journal.
+  const std::string options = fmt::format("size={},mode=0755", bytes_);
+  if (mount("tmpfs", mount_point_.c_str(), "tmpfs", 0, options.c_str()) != 0) {
     Missing("tmpfs cannot be mounted");
   }
 }
