@@ -34,7 +34,7 @@ int DrivenJournal::Open(int mode) {
   const int result = file_.Init(path_, kMagic, kRecordSize, capacity_, mode);
   if (empties && result >= 0) ForgetAll();
   if (empties && result < 0) may_be_empty_ = true;
-  if (result >= 0) LearnCapacity();
+  knows_kept_ = false;
   is_open_ = result >= 0;
   return result;
 }
@@ -45,6 +45,7 @@ void DrivenJournal::Close() {
 }
 
 int DrivenJournal::Append() {
+  if (!knows_kept_) LearnCapacity();
   const int ticket = file_.AppendRecord(MakeRecord(versions_.size(), 0).data());
   if (ticket < 0) return ticket;
   versions_.push_back(0);
@@ -56,6 +57,7 @@ int DrivenJournal::Append() {
 }
 
 int DrivenJournal::Merge() {
+  if (!knows_kept_) LearnCapacity();
   const std::uint64_t live = versions_.size() - oldest_;
   const std::uint64_t back = last_version_ % std::min(live, kMergedNewest);
   const std::uint64_t number = versions_.size() - 1 - back;
@@ -86,6 +88,7 @@ void DrivenJournal::Judge(const std::string& when, Verdict* verdict) {
   reader.Done();
   result = Open(kModeWrite);
   verdict->Require(result >= 0, fmt::format("{}: a writer gets in: {}", when, Describe(result)));
+  LearnCapacity();
   if (result >= 0) JudgeOpen(when + ", writing", file_, verdict);
   Close();
 }
@@ -126,10 +129,10 @@ std::uint64_t DrivenJournal::FirstWrong(CDbFile& file) const {
   return kNone;
 }
 
-// What the file keeps may be other than what was asked for: when there was no room for more.
 void DrivenJournal::LearnCapacity() {
   host::RecordFileInfo info;
   if (host::ProbeRecordFile(path_, &info) < 0) return;
+  knows_kept_ = true;
   kept_ = info.capacity;
   if (kept_ != 0 && versions_.size() > kept_) {
     oldest_ = std::max(oldest_, versions_.size() - kept_);

@@ -33,6 +33,9 @@ class DrivenJournal {
   // Opens it for writing, with the capacity last asked for. Returns what Init does.
   int Open(int mode = kModeMissing);
   void AskForCapacity(unsigned long capacity) { capacity_ = capacity; }
+  // Finds out what the file keeps, which may be other than what was asked for: when there was no
+  // room for more. Done by itself at the first change after an opening, unless it was done before.
+  void LearnCapacity();
 
   // Return what the record file does, and remember what it acknowledged.
   int Append();
@@ -70,12 +73,12 @@ class DrivenJournal {
   static std::uint64_t NumberOf(const Record& record);  // of one that MakeRecord made
   bool IsRight(const Record& record, std::uint64_t number) const;
   std::uint64_t FirstWrong(CDbFile& file) const;
-  void LearnCapacity();
   void ForgetAll();
 
   const std::string path_;
   unsigned long capacity_;  // asked for
   std::uint64_t kept_ = 0;  // records that the file keeps; 0: no bound
+  bool knows_kept_ = false;
   CDbFile file_;
   std::vector<std::uint64_t> versions_;  // of each record that was acknowledged, by its number
   std::vector<int> tickets_;             // of the same records

@@ -20,6 +20,7 @@ void Make(DrivenJournal& journal) {
 void MakeAndOpen(DrivenJournal& journal) {
   Make(journal);
   journal.Open();
+  journal.LearnCapacity();
 }
 
 void MakeAndKill(DrivenJournal& journal) {
@@ -78,7 +79,10 @@ std::vector<Operation> Operations() {
   const auto shrink = [](DrivenJournal& journal, Verdict*) {
     return Resize(journal, kSmallCapacity / 4);
   };
-  const auto open_unbounded = [](DrivenJournal& journal) { journal.Open(); };
+  const auto open_unbounded = [](DrivenJournal& journal) {
+    journal.Open();
+    journal.LearnCapacity();
+  };
   return {
       {.name = "create",
        .capacity = kSmallCapacity,
