@@ -1,5 +1,6 @@
 // Lets the first, the second, the third ... call of the system fail, until an operation makes no
 // more calls, and looks after each whether the record file still has all that it acknowledged.
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <fmt/format.h>
@@ -99,24 +100,37 @@ std::uint64_t CountCalls(const Operation& operation, const std::string& folder) 
 struct Options {
   std::string only;
   std::uint64_t every = 1;
+  std::uint64_t most = 100;  // calls of an operation that are tried
 };
 
-Outcome RunTrials(const Options& options, const Common& common) {
-  Verdict verdict;
-  std::mt19937_64 random(common.seed);
+// Returns how many calls all operations make.
+std::uint64_t RunTrials(const Way& way, const Options& options, const std::string& folder,
+                        std::mt19937_64& random, Verdict* verdict) {
+  host::SetRecordFileSettings(way.settings);
   std::uint64_t calls = 0;
   for (const Operation& operation : Operations()) {
     if (!options.only.empty() && operation.name != options.only) continue;
-    const std::uint64_t of_it = CountCalls(operation, common.directory);
-    fmt::print("{}: {} calls\n", operation.name, of_it);
+    const std::uint64_t of_it = CountCalls(operation, folder);
+    fmt::print("{}, {}: {} calls\n", way.name, operation.name, of_it);
     calls += of_it;
+    // Many calls are many of one kind.
+    const std::uint64_t every = std::max(options.every, of_it / options.most);
     for (const FaultKind& kind : FaultKinds()) {
-      const Stride stride = {1 + random() % options.every, options.every};
-      const auto trial = [&](Verdict& found) {
-        TryCalls(operation, kind, stride, common.directory, &found);
-      };
-      RunTrial(operation.name + ", calls " + kind.name, trial, &verdict);
+      const Stride stride = {1 + random() % every, every};
+      const auto trial = [&](Verdict& found) { TryCalls(operation, kind, stride, folder, &found); };
+      RunTrial(fmt::format("{}, {}, calls {}", way.name, operation.name, kind.name), trial,
+               verdict);
     }
+  }
+  return calls;
+}
+
+Outcome RunAll(const Options& options, const Common& common) {
+  Verdict verdict;
+  std::mt19937_64 random(common.seed);
+  std::uint64_t calls = 0;
+  for (const Way& way : Ways()) {
+    calls += RunTrials(way, options, common.directory, random, &verdict);
   }
   verdict.Require(calls != 0, "there are calls that can fail");
   return {verdict.broken(), fmt::format("{} calls, {} ways to fail, {} promises looked at", calls,
@@ -133,6 +147,9 @@ int main(int argc, char** argv) {
     auto options = std::make_shared<Options>();
     app.add_option("--op", options->only, "the only operation to try; all, unless given");
     AddStride(app, &options->every);
-    return [options](const Common& common) { return RunTrials(*options, common); };
+    app.add_option("--most", options->most, "calls of an operation that fail in turn, at most")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
+    return [options](const Common& common) { return RunAll(*options, common); };
   });
 }

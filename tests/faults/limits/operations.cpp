@@ -1,12 +1,19 @@
 #include "tests/faults/limits/operations.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+#include "host/record_file/geometry.h"
+#include "host/record_file/layout.h"
 
 namespace packetdb::faults {
 namespace {
 
 constexpr unsigned long kOther = 4 * kSmallCapacity;
+constexpr int kFew = 20;
 
 void DoNothing(DrivenJournal&) {}
 
@@ -23,10 +30,29 @@ void MakeAndOpen(DrivenJournal& journal) {
   journal.LearnCapacity();
 }
 
-void MakeAndKill(DrivenJournal& journal) {
+void MakeOpenAndChange(DrivenJournal& journal) {
   MakeAndOpen(journal);
   journal.AppendMany(kSmallCapacity / 3);
-  LeaveAsKilled(journal);
+}
+
+// What the file holds while it is open is what a killed process leaves.
+void MakeAndKill(DrivenJournal& journal) {
+  MakeOpenAndChange(journal);
+  const std::string copy = journal.path() + ".copy";
+  std::filesystem::copy_file(journal.path(), copy);
+  std::filesystem::permissions(copy, std::filesystem::status(journal.path()).permissions());
+  journal.Close();
+  std::filesystem::rename(copy, journal.path());
+}
+
+// The same with another boot's identity in the file: all of it was on the disk in time.
+void MakeAndStopMachine(DrivenJournal& journal) {
+  MakeAndKill(journal);
+  constexpr std::streamoff kBootId = host::kStateOffset + offsetof(host::StatePage, boot_id);
+  std::fstream file(journal.path(), std::ios::binary | std::ios::in | std::ios::out);
+  file.seekp(kBootId);
+  file.write("an earlier boot.", host::kBootIdSize);
+  if (!file.flush()) throw std::runtime_error(journal.path());
 }
 
 int Open(DrivenJournal& journal, Verdict*) { return journal.Open(); }
@@ -44,14 +70,18 @@ int AppendMany(DrivenJournal& journal, int count) {
   return result;
 }
 
-int Append(DrivenJournal& journal, Verdict*) { return AppendMany(journal, 3 * kSmallCapacity); }
+int Append(DrivenJournal& journal, Verdict*) { return AppendMany(journal, kFew); }
 
-// 72-byte records of more than the step in which files grow.
-int Grow(DrivenJournal& journal, Verdict*) { return AppendMany(journal, 40000); }
+// A file without a bound in which less than that is left of the last step by which it grew.
+void MakeNearlyFull(DrivenJournal& journal) {
+  journal.Open();
+  journal.AppendMany(host::GrowthSlots(host::FramesPerCell(host::FrameSize(kRecordSize))) -
+                     kFew / 2);
+}
 
 int Merge(DrivenJournal& journal, Verdict*) {
   int result = 0;
-  for (int i = 0; i < 20 && result >= 0; ++i) result = journal.Merge();
+  for (int i = 0; i < kFew && result >= 0; ++i) result = journal.Merge();
   return result;
 }
 
@@ -79,10 +109,6 @@ std::vector<Operation> Operations() {
   const auto shrink = [](DrivenJournal& journal, Verdict*) {
     return Resize(journal, kSmallCapacity / 4);
   };
-  const auto open_unbounded = [](DrivenJournal& journal) {
-    journal.Open();
-    journal.LearnCapacity();
-  };
   return {
       {.name = "create",
        .capacity = kSmallCapacity,
@@ -100,15 +126,19 @@ std::vector<Operation> Operations() {
        .capacity = kSmallCapacity,
        .prepare = MakeAndKill,
        .act = Open},
+      {.name = "open after a power cut",
+       .capacity = kSmallCapacity,
+       .prepare = MakeAndStopMachine,
+       .act = Open},
       {.name = "grow", .capacity = kSmallCapacity, .prepare = Make, .act = grow},
       {.name = "shrink", .capacity = kSmallCapacity, .prepare = Make, .act = shrink},
       {.name = "append", .capacity = kSmallCapacity, .prepare = MakeAndOpen, .act = Append},
       {.name = "append without a bound",
        .capacity = kNoBound,
-       .prepare = open_unbounded,
-       .act = Grow},
+       .prepare = MakeNearlyFull,
+       .act = Append},
       {.name = "merge", .capacity = kSmallCapacity, .prepare = MakeAndOpen, .act = Merge},
-      {.name = "close", .capacity = kSmallCapacity, .prepare = MakeAndOpen, .act = Close},
+      {.name = "close", .capacity = kSmallCapacity, .prepare = MakeOpenAndChange, .act = Close},
       {.name = "read", .capacity = kSmallCapacity, .prepare = Make, .act = Reread},
       {.name = "read after a kill",
        .capacity = kSmallCapacity,
@@ -121,12 +151,11 @@ std::vector<Operation> Operations() {
   };
 }
 
-void LeaveAsKilled(DrivenJournal& journal) {
-  // What the file holds while it is open is what a killed process leaves.
-  const std::string copy = journal.path() + ".copy";
-  std::filesystem::copy_file(journal.path(), copy);
-  journal.Close();
-  std::filesystem::rename(copy, journal.path());
+std::vector<Way> Ways() {
+  std::vector<Way> ways = {{"mapped", {}}, {"by calls", {}}, {"flushing each record", {}}};
+  ways[1].settings.by_calls = true;
+  ways[2].settings.sync.mode = host::SyncMode::kEach;
+  return ways;
 }
 
 std::string NamesIn(const std::string& folder) {

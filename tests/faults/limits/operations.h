@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "host/record_file/settings.h"
 #include "tests/faults/limits/driven_journal.h"
 
 namespace packetdb::faults {
@@ -24,8 +25,12 @@ struct Operation {
 
 std::vector<Operation> Operations();
 
-// Leaves `journal` closed, and its file as after the death of the process that had it open.
-void LeaveAsKilled(DrivenJournal& journal);
+// The ways in which a record file can be told to work; each has calls of the system of its own.
+struct Way {
+  std::string name;
+  host::RecordFileSettings settings;
+};
+std::vector<Way> Ways();
 
 // The names in a folder, each followed by a blank.
 std::string NamesIn(const std::string& folder);
