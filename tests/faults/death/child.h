@@ -24,10 +24,10 @@ class Child {
   bool Kill();
   // Waits for its end. The status that it ended with, or minus the signal that killed it.
   int Wait();
-
- private:
+  // For who waited for it without this class: it has ended, with this status of waitpid.
   void Note(int status);
 
+ private:
   pid_t pid_;
   bool ended_ = false;
   int outcome_ = 0;
