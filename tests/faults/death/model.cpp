@@ -181,11 +181,15 @@ class Model {
     Reopen(mode::kWrite | mode::kCreateAnew);
   }
 
+  // Who asks for no bound, or for nothing, takes the file as it is.
   void Resize() {
     ++resized_;
-    options_.capacity = DrawCapacity();
-    reference_.Resize(options_.capacity);
+    const FileOptions before = options_;
+    options_.capacity = random_.OneIn(8) ? 0 : DrawCapacity();
+    const bool takes_as_it_is = options_.capacity == 0 || options_.capacity == kNoBound;
+    if (!takes_as_it_is) reference_.Resize(options_.capacity);
     Reopen(mode::kWrite);
+    if (takes_as_it_is) options_ = before;
   }
 
   // Beside the writer.
