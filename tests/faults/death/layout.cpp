@@ -57,12 +57,13 @@ void StartAt(const std::string& path, std::uint64_t first) {
   Put(file, facts.state, host::kStateOffset);
 }
 
-void MoveToOtherBoot(const std::string& path) {
+bool MoveToOtherBoot(const std::string& path) {
   const host::Descriptor file = OpenOrThrow(path);
   host::StatePage state = FactsOf(file).state;
-  if (state.state == host::kClosed) throw std::runtime_error("it was closed: " + path);
+  if (state.state == host::kClosed) return false;
   state.boot_id[0] ^= 0xFFU;
   Put(file, state, host::kStateOffset);
+  return true;
 }
 
 InPlaceWriter::InPlaceWriter(const std::string& path) {

@@ -18,8 +18,9 @@ std::uint64_t LossesOf(const std::string& path);
 // Makes the first append to a closed and empty file get the sequence number `first`.
 void StartAt(const std::string& path, std::uint64_t first);
 
-// Makes a file that was not closed look as if the machine had been started since.
-void MoveToOtherBoot(const std::string& path);
+// Makes a file that was not closed look as if the machine had been started since. False, with
+// nothing changed, for one that was.
+bool MoveToOtherBoot(const std::string& path);
 
 // A writer beside the record file's own that overwrites as one would who knows of no kills: it is
 // for controls, which must notice it.

@@ -83,16 +83,15 @@ void Reader::Judge(const unsigned char* record, int position) {
 
 // A writer is one operation ahead of what it has been told is stored.
 void Reader::JudgeVersion(const Identity& identity) {
-  const auto least =
-      fresh_ ? Versions::InCopy(versions_before_, identity.number) : std::nullopt;
+  const auto least = fresh_ ? Versions::InCopy(versions_before_, identity.number) : std::nullopt;
   const auto most = traffic_.versions.Of(identity.number);
   if (least && identity.version < *least) {
-    return Wrong(fmt::format("version {} of {}, which had {}", identity.version, identity.number,
-                             *least));
+    return Wrong(
+        fmt::format("version {} of {}, which had {}", identity.version, identity.number, *least));
   }
   if (most && identity.version > *most + 1) {
-    return Wrong(fmt::format("version {} of {}, which has {}", identity.version, identity.number,
-                             *most));
+    return Wrong(
+        fmt::format("version {} of {}, which has {}", identity.version, identity.number, *most));
   }
   ++traffic_.words->verified;
 }

@@ -6,8 +6,10 @@
 #include <fmt/format.h>
 #include <memory>
 
+#include "host/record_file/settings.h"
 #include "tests/faults/death/file_scenarios.h"
 #include "tests/faults/death/folder_watch.h"
+#include "tests/faults/death/layout.h"
 #include "tests/faults/death/record_scenarios.h"
 #include "tests/faults/death/tracee.h"
 #include "tests/faults/death/violations.h"
@@ -22,9 +24,14 @@ struct Options {
   std::string operation = "all";
   std::uint32_t every = 1;
   bool compound = false;
+  bool restarted = false;
   std::uint32_t compound_every = 1;
   std::size_t record_size = 72;
+  bool written = false;
+  std::string broken;
 };
+
+enum class Machine { kGoesOn, kWasRestarted };
 
 struct Counts {
   std::uint64_t instructions = 0;
@@ -58,6 +65,9 @@ class StepOperations {
 
   Outcome Run() {
     const OneProcessor here;
+    // The thread that flushes has no part in what a kill leaves, and does not come along to a fork.
+    host::SetRecordFileSettings(
+        {.sync = {.mode = host::SyncMode::kNever}, .by_calls = options_.written});
     Counts sum;
     for (const auto& makers : {RecordMakers(), FileMakers()}) {
       for (const NamedMaker& maker : makers) {
@@ -78,7 +88,8 @@ class StepOperations {
 
   Workplace NewPlace() {
     const Workplace place = {.folder = fmt::format("{}/{}", folder_, places_++),
-                             .record_size = options_.record_size};
+                             .record_size = options_.record_size,
+                             .without_redo = options_.broken == "redo"};
     std::filesystem::create_directory(place.folder);
     return place;
   }
@@ -97,7 +108,10 @@ class StepOperations {
         ++counts.states;
         const Found found = witness.Judge(watch, tracee.Returned());
         if (compound && random_.OneIn(options_.compound_every)) {
-          counts += StepThroughRecovery(scenario, watch, found, name);
+          counts += StepThroughRecovery(scenario, watch, found, name, Machine::kGoesOn);
+          if (options_.restarted) {
+            counts += StepThroughRecovery(scenario, watch, found, name, Machine::kWasRestarted);
+          }
         }
       }
       if (tracee.Returned()) break;
@@ -109,12 +123,18 @@ class StepOperations {
   }
 
   Counts StepThroughRecovery(const Scenario& scenario, const FolderWatch& watch, const Found& found,
-                             const std::string& name) {
+                             const std::string& name, Machine machine) {
     const Workplace place = NewPlace();
     watch.CopyTo(place.folder);
     const Scenario again = OpeningAgain(scenario, place, found.read, found.written);
-    Counts counts = StepThrough(again, place, name + ", then recovery", false);
-    ++counts.recoveries;
+    Counts counts;
+    if (machine == Machine::kGoesOn) {
+      counts = StepThrough(again, place, name + ", then recovery", false);
+      ++counts.recoveries;
+    } else if (std::filesystem::exists(again.reopen.path) && MoveToOtherBoot(again.reopen.path)) {
+      counts = StepThrough(again, place, name + ", then recovery after a restart", false);
+      ++counts.recoveries;
+    }
     std::filesystem::remove_all(place.folder);
     std::filesystem::remove_all(place.folder + ".copy");
     return counts;
@@ -137,12 +157,18 @@ Body AddOptions(CLI::App& app) {
       ->check(CLI::PositiveNumber)
       ->capture_default_str();
   app.add_flag("--compound", options->compound, "step through the recovery of each state as well");
+  app.add_flag("--restarted", options->restarted,
+               "with --compound: also through that after a restart of the machine");
   app.add_option("--compound-every", options->compound_every, "of one in so many states only")
       ->check(CLI::PositiveNumber)
       ->capture_default_str();
   app.add_option("--record-size", options->record_size, "bytes of a record")
       ->check(CLI::Range(kSmallestRecord, std::size_t{4096}))
       ->capture_default_str();
+  app.add_flag("--written", options->written, "change files by calls, not by a mapping");
+  app.add_option("--broken", options->broken,
+                 "a control: overwrites without the redo frame must be noticed")
+      ->check(CLI::IsMember({"redo"}));
   return [options](const Common& common) { return StepOperations(*options, common).Run(); };
 }
 

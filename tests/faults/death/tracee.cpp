@@ -19,6 +19,8 @@ namespace {
 constexpr int kNotTraceable = 98;
 // The two bytes of the instruction `syscall`, in the order in which a word holds them.
 constexpr long kSystemCall = 0x050F;
+constexpr long kBreakpoint = 0xCC;
+constexpr std::size_t kInstructionPointer = offsetof(user, regs.rip);
 
 int RunTraced(const std::function<void()>& act, const SharedMemory<bool>& returned) {
   if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) return kNotTraceable;
@@ -65,7 +67,7 @@ bool Tracee::Step() {
     throw CannotRun("ptrace cannot execute single instructions here");
   }
   WaitForStop();
-  at_system_call_ = FindSystemCall();
+  LookAhead();
   ++instructions_;
   return !Returned();
 }
@@ -73,21 +75,42 @@ bool Tracee::Step() {
 bool Tracee::StepMany(std::uint64_t steps) {
   for (std::uint64_t i = 0; i < steps; ++i) {
     const bool system_call = at_system_call_;
+    const long at = at_;
     if (system_call && i != 0) return true;
     if (!Step()) return false;
     if (system_call) return true;
+    if (at_ == at) FinishRepetition();
   }
   return true;
 }
 
+void Tracee::LookAhead() {
+  at_ = ptrace(PTRACE_PEEKUSER, child_.pid(), kInstructionPointer, nullptr);
+  at_system_call_ = FindSystemCall();
+}
+
 bool Tracee::FindSystemCall() {
-  const long at = ptrace(PTRACE_PEEKUSER, child_.pid(), offsetof(user, regs.rip), nullptr);
-  const auto [known, is_new] = system_calls_.try_emplace(at, false);
+  const auto [known, is_new] = system_calls_.try_emplace(at_, false);
   if (is_new) {
-    const long code = ptrace(PTRACE_PEEKTEXT, child_.pid(), at, nullptr);
+    const long code = ptrace(PTRACE_PEEKTEXT, child_.pid(), at_, nullptr);
     known->second = (code & 0xFFFF) == kSystemCall;
   }
   return known->second;
+}
+
+// By a breakpoint behind it.
+void Tracee::FinishRepetition() {
+  const long code = ptrace(PTRACE_PEEKTEXT, child_.pid(), at_, nullptr);
+  const bool has_rex =
+      (code >> 8 & 0xF0) == 0x40;  // a prefix between the repetition and its opcode
+  const long behind = at_ + (has_rex ? 3 : 2);
+  const long there = ptrace(PTRACE_PEEKTEXT, child_.pid(), behind, nullptr);
+  ptrace(PTRACE_POKETEXT, child_.pid(), behind, (there & ~0xFFL) | kBreakpoint);
+  ptrace(PTRACE_CONT, child_.pid(), nullptr, nullptr);
+  WaitForStop();
+  ptrace(PTRACE_POKETEXT, child_.pid(), behind, there);
+  ptrace(PTRACE_POKEUSER, child_.pid(), kInstructionPointer, behind);
+  LookAhead();
 }
 
 }  // namespace packetdb::faults

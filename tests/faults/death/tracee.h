@@ -34,6 +34,7 @@ class Tracee {
   // returned. Throws std::runtime_error when the child died or `act` threw.
   bool Step();
   // Executes the next `steps` instructions, but stops before and after one that is a system call.
+  // One that repeats itself, which Step executes once, is executed to its end.
   bool StepMany(std::uint64_t steps);
 
   bool AtSystemCall() const { return at_system_call_; }  // it is the next instruction
@@ -42,12 +43,15 @@ class Tracee {
 
  private:
   void WaitForStop();
+  void LookAhead();
   bool FindSystemCall();
+  void FinishRepetition();
 
   SharedMemory<bool> returned_;
   Child child_;
   // What is known of the code, by address: asking costs as much as a step.
   std::unordered_map<long, bool> system_calls_;
+  long at_ = 0;  // address of the next instruction
   bool at_system_call_ = false;
   std::uint64_t instructions_ = 0;
 };

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "host/record_file/modes.h"
+#include "tests/faults/death/layout.h"
 
 namespace packetdb::faults {
 namespace {
@@ -53,6 +54,24 @@ void Witness::CreateAnew() {
   }
 }
 
+void Witness::CountLosses(const Opened& written) {
+  const std::uint64_t losses = written.result < 0 ? 0 : LossesOf(copy_.path);
+  if (losses != 0) violations_.Add(fmt::format("{}: a writer counts {} losses", name_, losses));
+}
+
+// A restart that comes after everything has reached the disk makes no difference.
+void Witness::JudgeAfterRestart(const FolderWatch& watch, const Found& found) {
+  watch.CopyTo(scratch_);
+  if (!fs::exists(copy_.path) || !MoveToOtherBoot(copy_.path)) return;
+  const Opened read = LookAt(copy_, host::mode::kRead);
+  const Opened written = LookAt(copy_, writer_mode_);
+  CountLosses(written);
+  if (read == found.read && written == found.written) return;
+  violations_.Add(fmt::format("{}: after a restart {} and {} instead of {} and {}", name_,
+                              Describe(read), Describe(written), Describe(found.read),
+                              Describe(found.written)));
+}
+
 Found Witness::Judge(const FolderWatch& watch, bool returned) {
   watch.CopyTo(scratch_);
   Found found;
@@ -60,7 +79,9 @@ Found Witness::Judge(const FolderWatch& watch, bool returned) {
   Compare(reader_, found.read, returned);
   found.written = LookAt(copy_, writer_mode_);
   Compare(writer_, found.written, returned);
+  CountLosses(found.written);
   if (FilesIn(scratch_) != 1) CreateAnew();
+  JudgeAfterRestart(watch, found);
   return found;
 }
 

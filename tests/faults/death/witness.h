@@ -32,6 +32,8 @@ class Witness {
 
   void Compare(Progress& progress, const Opened& found, bool returned);
   void CreateAnew();
+  void CountLosses(const Opened& written);
+  void JudgeAfterRestart(const FolderWatch& watch, const Found& found);
 
   std::string name_;
   std::string scratch_;
