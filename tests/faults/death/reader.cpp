@@ -35,6 +35,7 @@ void Reader::Pass() {
 void Reader::OpenFresh() {
   next_before_ = traffic_.words->next;
   versions_before_ = traffic_.versions.Copy();
+  shown_ = 0;
   const int result = Open(file_, options_, host::mode::kRead);
   if (result < 0) {
     Wrong(fmt::format("no file: {}, {}", result, host::DescribeRecordFileResult(result)));
@@ -49,9 +50,12 @@ void Reader::ReadAll(int count) {
     if (got <= 0) JudgeGone(position, count);
     position += std::max(got, 1);
   }
-  if (!fresh_ || !first_number_) return;
+  if (!first_number_) return;
   const std::uint64_t end = *first_number_ + static_cast<std::uint64_t>(count);
-  if (end < next_before_) Wrong(fmt::format("{} records less", next_before_ - end));
+  const std::uint64_t least = std::max(shown_, fresh_ ? next_before_ : 0);
+  if (end < least)
+    Wrong(fmt::format("{} records less, {} opened", least - end, fresh_ ? "newly" : "long"));
+  shown_ = end;
 }
 
 int Reader::ReadSome(int position, int count) {

@@ -1,6 +1,12 @@
 // A process that reads a journal again and again, whatever happens to it meanwhile.
 #pragma once
 
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "platform/record_file.h"
 #include "tests/faults/death/traffic.h"
 #include "tests/support/seed.h"
@@ -39,6 +45,8 @@ class Reader {
   std::vector<std::uint64_t> versions_before_;
   // Number of the record at position 0, once one was read.
   std::optional<std::uint64_t> first_number_;
+  // Number behind the newest record that this opening has shown.
+  std::uint64_t shown_ = 0;
 };
 
 }  // namespace packetdb::faults

@@ -13,8 +13,8 @@
 namespace packetdb::faults {
 
 // Record numbers of a file begin with its generation, so that they only ever ascend at a path. A
-// number fits 40 bits and a version 24, which no run comes near.
-inline constexpr std::uint64_t kNumbersPerFile = std::uint64_t{1} << 30U;
+// number fits 48 bits and a version 16, which no run comes near.
+inline constexpr std::uint64_t kNumbersPerFile = std::uint64_t{1} << 28U;
 
 // The newest version of each of the newest records, by number.
 class Versions {
@@ -30,7 +30,7 @@ class Versions {
                                              std::uint64_t number);
 
  private:
-  static constexpr unsigned int kVersionBits = 24;
+  static constexpr unsigned int kVersionBits = 16;
 
   static std::size_t At(std::uint64_t number) { return number % kRemembered; }
   static std::uint64_t Word(const Identity& identity) {
