@@ -1,6 +1,7 @@
 #include "host/record_file/open_file.h"
 
 #include <algorithm>
+#include <cstring>
 #include <syslog.h>
 #include <utility>
 
@@ -11,6 +12,9 @@
 
 namespace packetdb::host {
 namespace {
+
+// Of a reader at a file whose writers come and go.
+constexpr int kMostLooks = 100;
 
 bool IsAskedFor(const FileFacts& facts, const OpenRequest& request) {
   return request.any_format || (facts.format.magic == request.format.magic &&
@@ -44,10 +48,7 @@ RecordFileResult OpenFile::Open(const OpenRequest& request) {
 }
 
 RecordFileResult OpenFile::Attach(Descriptor file, const OpenRequest& request) {
-  // Before the state is read: a writer that comes later only adds to what the page says.
-  OtherWriter other = OtherWriter::kNone;
-  RecordFileResult result = LookForWriter(file, request.access, &other);
-  if (result == kRecordFileOk) result = Inspect(file, &facts_);
+  RecordFileResult result = Inspect(file, &facts_);
   if (result == kRecordFileOk && !IsAskedFor(facts_, request)) result = kOtherFormat;
   if (result < 0) return result;
   file_ = std::move(file);
@@ -55,15 +56,37 @@ RecordFileResult OpenFile::Attach(Descriptor file, const OpenRequest& request) {
   const Way way = GetRecordFileSettings().by_calls ? Way::kByCalls : BestWay(file_);
   result = medium_.Open(file_, 0, FileLength(geometry_), request.access, way);
   if (result < 0) return result;
-  const Look look = GetRecordFileSettings().verify_at_opening ? Look::kThorough : Look::kQuick;
   Recovered recovered;
-  result = Recover(medium_, geometry_, facts_.state, other, look, &recovered);
+  result = FindOut(request.access, &recovered);
   if (result < 0) return result;
   recovered_next_ = recovered.next;
   view_.emplace(medium_, geometry_, recovered.holes);
   if (request.access == Access::kWrite) result = StartWriter(recovered, way);
   if (result == kRecordFileOk) UpdateWindow();
   return result;
+}
+
+// A reader's search takes no account of what a writer does meanwhile: then it is worth nothing, and
+// at the next look that writer is believed.
+RecordFileResult OpenFile::FindOut(Access access, Recovered* recovered) {
+  const Look look = GetRecordFileSettings().verify_at_opening ? Look::kThorough : Look::kQuick;
+  for (int attempt = 1;; ++attempt) {
+    // Before the state is read: a writer that comes later only adds to what the page says.
+    OtherWriter other = OtherWriter::kNone;
+    RecordFileResult result = LookForWriter(file_, access, &other);
+    if (result == kRecordFileOk) {
+      result = medium_.Read(kStateOffset, &facts_.state, sizeof facts_.state);
+    }
+    if (result == kRecordFileOk) {
+      result = Recover(medium_, geometry_, facts_.state, other, look, recovered);
+    }
+    const bool may_be_stale = recovered->searched && access == Access::kRead;
+    if (result < 0 || !may_be_stale || attempt == kMostLooks) return result;
+    StatePage now = {};
+    result = medium_.Read(kStateOffset, &now, sizeof now);
+    // Whoever changes records changes this page before the first of them.
+    if (result < 0 || std::memcmp(&now, &facts_.state, sizeof now) == 0) return result;
+  }
 }
 
 RecordFileResult OpenFile::StartWriter(const Recovered& recovered, Way way) {

@@ -43,6 +43,7 @@ class OpenFile {
 
  private:
   RecordFileResult Attach(Descriptor file, const OpenRequest& request);
+  RecordFileResult FindOut(Access access, Recovered* recovered);
   RecordFileResult StartWriter(const Recovered& recovered, Way way);
   RecordFileResult Resize(const OpenRequest& request);
   RecordFileResult BuildResizedFile(const OpenRequest& request, Descriptor* file);
