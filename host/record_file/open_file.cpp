@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <sys/stat.h>
 #include <syslog.h>
 #include <utility>
 
 #include "host/record_file/open_or_create.h"
 #include "host/record_file/resize.h"
 #include "host/record_file/settings.h"
+#include "host/record_file/superblock.h"
 #include "platform/log.h"
 
 namespace packetdb::host {
@@ -133,10 +135,27 @@ void OpenFile::UpdateWindow() {
     view_->SetWindow(LiveWindow(geometry_, writer_->next()));
     return;
   }
-  const std::uint64_t stated = medium_.LoadWord(kNextOffset);
+  std::uint64_t stated = medium_.LoadWord(kNextOffset);
+  if (geometry_.capacity == 0) FollowGrowth(&stated);
   // What a dead writer left there was right or was found wrong. Only a living one changes it.
   const bool is_new = stated != facts_.state.next && IsPlausibleNext(geometry_, stated);
   view_->SetWindow(LiveWindow(geometry_, is_new ? stated : recovered_next_));
+}
+
+// What cannot be followed is left out: all records before it are there.
+void OpenFile::FollowGrowth(std::uint64_t* next) {
+  const std::uint64_t first = geometry_.first_sequence;
+  if (*next <= first + geometry_.slot_count || *next > first + kMaxRecords) return;
+  struct stat status = {};
+  Geometry larger = geometry_;
+  const bool is_known = fstat(file_.get(), &status) == 0 &&
+                        FitToLength(facts_.superblock, static_cast<std::uint64_t>(status.st_size),
+                                    &larger) == kRecordFileOk;
+  if (is_known && larger.slot_count > geometry_.slot_count &&
+      medium_.Grow(FileLength(larger)) == kRecordFileOk) {
+    geometry_ = larger;
+  }
+  *next = std::min(*next, first + geometry_.slot_count);
 }
 
 RecordFileResult OpenFile::Resize(const OpenRequest& request) {

@@ -48,6 +48,7 @@ class OpenFile {
   RecordFileResult Resize(const OpenRequest& request);
   RecordFileResult BuildResizedFile(const OpenRequest& request, Descriptor* file);
   void UpdateWindow();
+  void FollowGrowth(std::uint64_t* next);
   void Close();
 
   std::string path_;
