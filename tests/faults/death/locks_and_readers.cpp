@@ -8,6 +8,7 @@
 #include <memory>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include "host/record_file/modes.h"
 #include "host/record_file/result.h"
@@ -32,6 +33,7 @@ constexpr std::uint64_t kWork = 20000;  // operations that nobody may hold up
 struct Options {
   std::uint64_t passes = 1000;
   int readers = 2;
+  bool unbounded = false;
   bool written = false;
 };
 
@@ -40,7 +42,9 @@ class LocksAndReaders {
   LocksAndReaders(const Options& options, const Common& common)
       : options_(options),
         random_(static_cast<std::uint32_t>(common.seed)),
-        file_({.path = common.directory + "/journal", .record_size = 72, .capacity = 400}) {}
+        file_({.path = common.directory + "/journal",
+               .record_size = 72,
+               .capacity = options.unbounded ? kNoBound : 400}) {}
 
   Outcome Run() {
     // Children are forked while a file is open here.
@@ -49,17 +53,20 @@ class LocksAndReaders {
     Expect(LookAt(file_, mode::kWrite | mode::kCreateAnew).result == 0, "a file can be made");
     TryWriters();
     for (int i = 0; i < options_.readers; ++i) StartReader();
-    for (const Habit habit : kHabits) WriteBeside(habit, false);
-    for (const Habit habit : kHabits) WriteBeside(habit, true);
-    for (const Habit habit : kHabits) WriteBesideStopped(habit);
+    for (const Habit habit : Habits()) WriteBeside(habit, false);
+    for (const Habit habit : Habits()) WriteBeside(habit, true);
+    for (const Habit habit : Habits()) WriteBesideStopped(habit);
     for (Child& reader : readers_) Expect(reader.Kill(), "a reader reads on");
     return {.violations = violations_.count() + traffic_.words->wrong + traffic_.words->lost,
             .figures = Figures()};
   }
 
  private:
-  static constexpr std::array<Habit, 4> kHabits = {Habit::kStays, Habit::kReopens, Habit::kResizes,
-                                                   Habit::kMakesAnew};
+  // Resizing would give an unbounded file a bound.
+  std::vector<Habit> Habits() const {
+    if (options_.unbounded) return {Habit::kMakesAnew, Habit::kReopens, Habit::kStays};
+    return {Habit::kStays, Habit::kReopens, Habit::kResizes, Habit::kMakesAnew};
+  }
 
   void Expect(bool holds, const std::string& what) {
     if (!holds) violations_.Add("not so: " + what);
@@ -165,6 +172,7 @@ Body AddOptions(CLI::App& app) {
   app.add_option("--readers", options->readers, "how many read at the same time")
       ->check(CLI::PositiveNumber)
       ->capture_default_str();
+  app.add_flag("--unbounded", options->unbounded, "a file without a bound, which grows");
   app.add_flag("--written", options->written, "change files by calls, not by a mapping");
   return [options](const Common& common) { return LocksAndReaders(*options, common).Run(); };
 }

@@ -18,6 +18,8 @@ constexpr std::uint64_t kTicketMask = 0x7FFFFFFF;
 constexpr std::uint32_t kRecent = 64;
 constexpr std::array<unsigned long, 4> kCapacities = {kFewestKept, 150, 400, 1000};
 constexpr std::uint32_t kOperationsOfAnOpening = 30;
+// A file without a bound grows a few times until then.
+constexpr std::uint64_t kMostUnbounded = 40000;
 
 }  // namespace
 
@@ -76,7 +78,9 @@ void Worker::TakeOver() {
 
 int Worker::Operate() {
   ++traffic_.words->written;
-  return next_ == first_ || random_.OneIn(2) ? AppendNext() : OverwriteRecent();
+  const bool may_append = options_.capacity != kNoBound || next_ - first_ < kMostUnbounded;
+  const bool appends = next_ == first_ || (may_append && random_.OneIn(2));
+  return appends ? AppendNext() : OverwriteRecent();
 }
 
 // Tickets begin at 0 in each file.
