@@ -45,7 +45,7 @@ class CellWriter {
   Medium& medium_;
   const Geometry& geometry_;
   std::vector<std::byte> piece_;
-  std::uint64_t begin_ = kCellsOffset;  // what is in front of the cells is not its to write
+  std::uint64_t begin_ = kCellsOffset;
   std::uint64_t used_ = 0;
 };
 
