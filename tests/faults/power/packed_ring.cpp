@@ -89,14 +89,19 @@ class PackedRing : public Subject {
 
   Found Recover(const std::string& path) override {
     if (!OpenMapping(path)) return {.result = -1, .records = {}};
+    const Found found = Contents();
+    mapping_ = Mapping();
+    file_ = {};
+    return found;
+  }
+
+  Found Contents() override {
     Found found;
     for (std::uint64_t slot = 0; slot < mapping_.slots(); ++slot) {
       const std::optional<Label> label = ParseRecord(mapping_.Slot(slot));
       if (label && label->version != 0) found.records.push_back(*label);
     }
     KeepTheNewest(mapping_.capacity(), &found.records);
-    mapping_ = Mapping();
-    file_ = {};
     return found;
   }
 

@@ -8,11 +8,11 @@
 #include <map>
 #include <memory>
 
-#include "tests/faults/power/boot.h"
 #include "tests/faults/power/logged_disk.h"
 #include "tests/faults/power/marks.h"
 #include "tests/faults/power/mounts.h"
 #include "tests/faults/power/replay.h"
+#include "tests/faults/power/state_page.h"
 #include "tests/faults/program.h"
 
 namespace packetdb::faults {
@@ -24,6 +24,7 @@ struct Options {
   FileSystem kind = FileSystem::kExt4;
   int images = 300;
   int rounds = 60;
+  bool by_calls = false;
   Control control = Control::kNone;
 };
 
@@ -68,7 +69,7 @@ class PowerCut {
 
   void Write(const DiskLog& log) {
     MarkWriter marks(MarksPath());
-    FlushOften();
+    SetUpRecordFiles(Flushes::kInTheBackground, options_.by_calls ? Changes::kByCalls : Changes::kMapped);
     Workload workload(*subject_, JournalPath(), seed_,
                       [&](const Mark& mark) { marks.Add({log.size(), mark}); });
     workload.Run({options_.rounds, options_.control != Control::kPacked});
@@ -89,7 +90,8 @@ class PowerCut {
         options_.control == Control::kNextMark ? Judged::kNextMark : Judged::kNewestMark;
     const LoopDevice device(image);
     const Mount mount(options_.kind, device, MountPath());
-    const bool is_other_boot = !random_.OneIn(4) && PretendOtherBoot(JournalPath());
+    const bool is_ring = options_.control != Control::kPacked;
+    const bool is_other_boot = is_ring && !random_.OneIn(4) && PretendOtherBoot(JournalPath());
     other_boots_ += is_other_boot ? 1 : 0;
     const Promise promise = PromiseAt(marks, cut, judged);
     const Found seen = subject_->Read(JournalPath());
@@ -100,6 +102,9 @@ class PowerCut {
     }
     if (!(subject_->Recover(JournalPath()).records == found.records)) {
       complaints.push_back("it is not the same when it is opened once more");
+    }
+    if (is_ring && DamageTold(JournalPath()) != 0) {
+      complaints.push_back("it takes what the cut took for damage");
     }
     records_ += found.records.size();
     beyond_ += found.records.empty() || found.records.back().ordinal < promise.acknowledged.end()
@@ -147,6 +152,7 @@ Body AddOptions(CLI::App& app) {
   app.add_option("--images", options->images, "how many power cuts")->capture_default_str();
   app.add_option("--rounds", options->rounds, "how often the journal is flushed while it is written")
       ->capture_default_str();
+  app.add_flag("--by-calls", options->by_calls, "the journal is not mapped");
   app.add_option("--control", options->control,
                  "next-mark: expect what was flushed only after the cut; packed: a ring without "
                  "regard to sectors")

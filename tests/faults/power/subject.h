@@ -27,7 +27,9 @@ class Subject {
   virtual void Nudge() = 0;
   // Everything is on the disk when it returns.
   virtual void Flush() = 0;
-  // The same.
+  // What is there now.
+  virtual Found Contents() = 0;
+  // Flushes as well.
   virtual void Close() = 0;
 
   // What is there for one who opens it only to read, and for a writer, who may repair it; no
