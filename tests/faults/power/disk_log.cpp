@@ -1,5 +1,6 @@
 #include "tests/faults/power/disk_log.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <stdexcept>
@@ -23,16 +24,16 @@ DiskLog::DiskLog() {
 DiskLog::~DiskLog() { munmap(head_, kRoom); }
 
 bool DiskLog::AddWrite(std::uint64_t offset, std::span<const char> bytes) {
-  return Add({offset, bytes.size()}, bytes.data());
+  return Add({offset, bytes.size()}, bytes);
 }
 
-bool DiskLog::AddFlush() { return Add({0, 0}, nullptr); }
+bool DiskLog::AddFlush() { return Add({0, 0}, {}); }
 
-bool DiskLog::Add(const EventHead& event, const char* bytes) {
+bool DiskLog::Add(const EventHead& event, std::span<const char> bytes) {
   if (head_->bytes + sizeof event + event.length > kRoom - sizeof(Head)) return false;
   char* const end = data() + head_->bytes;
   std::memcpy(end, &event, sizeof event);
-  if (event.length != 0) std::memcpy(end + sizeof event, bytes, event.length);
+  std::copy(bytes.begin(), bytes.end(), end + sizeof event);
   head_->bytes += sizeof event + event.length;
   head_->events.fetch_add(1, std::memory_order_release);
   return true;

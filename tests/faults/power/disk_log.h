@@ -41,7 +41,7 @@ class DiskLog {
     std::uint64_t length;  // 0: a flush
   };
 
-  bool Add(const EventHead& event, const char* bytes);
+  bool Add(const EventHead& event, std::span<const char> bytes);
   char* data() const { return reinterpret_cast<char*>(head_ + 1); }
 
   Head* head_;

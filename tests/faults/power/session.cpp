@@ -9,13 +9,13 @@
 namespace packetdb::faults {
 namespace {
 
-constexpr std::uint32_t kFlushEvery = 60;
-constexpr std::uint32_t kCloseEvery = 400;
-constexpr std::uint32_t kCutEvery = 12;
+// Also so seldom that the ring is lapped before it is flushed.
+constexpr std::uint32_t kFlushEvery[] = {20, 60, 60, 10000};
+constexpr std::uint32_t kCloseEvery[] = {50, 400, 10000};
+constexpr std::uint32_t kCutEvery = 24;
 constexpr std::uint32_t kCutAtFlushEvery = 2;
 constexpr std::uint32_t kAgainEvery = 40;  // of the states; each makes many more
 constexpr std::uint32_t kHarmEvery = 4;
-constexpr int kOperationsAgain = 60;
 
 }  // namespace
 
@@ -26,6 +26,8 @@ Session::Session(Simulation& simulation, std::string path, Promise promise, int 
       subject_(simulation.NewSubject()),
       promise_(std::move(promise)) {
   promise_.capacity = kCapacity;
+  flush_every_ = kFlushEvery[simulation.random().Below(std::size(kFlushEvery))];
+  close_every_ = kCloseEvery[simulation.random().Below(std::size(kCloseEvery))];
 }
 
 Session::~Session() {
@@ -64,9 +66,9 @@ void Session::Open() {
 
 void Session::DoOne() {
   test::Random& random = simulation_.random();
-  if (random.OneIn(kFlushEvery)) {
+  if (random.OneIn(flush_every_)) {
     subject_->Flush();
-  } else if (random.OneIn(kCloseEvery)) {
+  } else if (random.OneIn(close_every_)) {
     subject_->Close();
     Open();
   } else if (session_.empty() || !random.OneIn(3)) {

@@ -94,6 +94,8 @@ class Session {
   const std::unique_ptr<Subject> subject_;
   std::unique_ptr<SectorHistory> sectors_;  // none before a new journal is there
   Promise promise_;
+  std::uint32_t flush_every_ = 0;  // operations, on average
+  std::uint32_t close_every_ = 0;
   bool is_known_ = false;  // what the journal holds: it was opened
   Versions current_;
   std::uint64_t next_ = 0;

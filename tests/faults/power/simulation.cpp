@@ -10,7 +10,7 @@
 namespace packetdb::faults {
 namespace {
 
-constexpr int kOperations = 7000;  // more than a lap of the ring
+constexpr int kOperations = 15000;  // two laps of the ring
 constexpr int kOperationsAgain = 60;
 
 // Only what can be read counts: how it was found is not the matter.
@@ -20,6 +20,8 @@ bool SeeTheSame(const Found& left, const Found& right) {
 }
 
 void WriteImage(const Image& image, const std::string& path) {
+  // A new file each time: some file systems flush one that was emptied and written again.
+  std::filesystem::remove(path);
   std::ofstream file(path, std::ios::binary);
   file.write(image.data(), static_cast<std::streamsize>(image.size()));
   if (!file.flush()) throw std::runtime_error("cannot write " + path);
