@@ -45,7 +45,7 @@ class CellWriter {
   Medium& medium_;
   const Geometry& geometry_;
   std::vector<std::byte> piece_;
-  std::uint64_t begin_ = 0;
+  std::uint64_t begin_ = kCellsOffset;
   std::uint64_t used_ = 0;
 };
 

@@ -12,13 +12,13 @@ namespace {
 constexpr mode_t kOthersMayWrite = S_IWGRP | S_IWOTH;
 constexpr uid_t kSuperuser = 0;
 
-// The superuser also does the work of whoever owns the folder: but never in a file that was put
-// there and belongs to somebody else.
+// The superuser also does the work of whoever owns the folder, and whatever is in a folder of its
+// own: but never in a file that somebody put into another's folder.
 bool MayWriteFor(uid_t owner, const std::string& path) {
   if (owner == geteuid()) return true;
   struct stat folder = {};
   return geteuid() == kSuperuser && stat(FolderOf(path).c_str(), &folder) == 0 &&
-         folder.st_uid == owner;
+         (folder.st_uid == owner || IsOurFolder(path));
 }
 
 }  // namespace

@@ -10,7 +10,7 @@ namespace packetdb::host {
 
 // What somebody else could have put at the path, or can change while we write, is not written to:
 // kForeignOwner unless the open file belongs to this process's user, or
-// this is the superuser and file and folder belong to one user; kWritableByOthers when its
+// this is the superuser and the folder is its own or the file's owner's; kWritableByOthers when its
 // mode lets others write; kLinkedElsewhere when it has other names, unless its folder is one that
 // nobody else can put names into.
 RecordFileResult RequireOurs(const std::string& path, const Descriptor& file);

@@ -56,7 +56,7 @@ TEST(ServedJournalsTest, DamagedJournalIsReportedAndOthersAreServed) {
   const TemporaryDirectory journals;
   Journal(journals.path(), "broken", {EventAt(0)});
   Journal(journals.path(), "edge", {EventAt(0)});
-  Damage(journals.Path("broken.journal"), 40);
+  for (const int superblock : {0, 4096}) Damage(journals.Path("broken.journal"), superblock + 40);
   const Daemon daemon(journals.path());
   EXPECT_TRUE(daemon.LogSays("cannot open journal " + journals.Path("broken.journal")));
   EXPECT_EQ(Ask(daemon.socket(), QueryOf("broken")).status, kNothing);

@@ -3,16 +3,20 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include "host/journals/conversion.h"
 #include "host/journals/error.h"
+#include "packetdb/journal_format.h"
 #include "tests/host/journals/old_journals.h"
 #include "tests/host/journals/support.h"
 #include "tests/host/record_file/disk.h"
 
 namespace packetdb::host::test {
 namespace {
+
+constexpr std::size_t kFrameSize = FrameSize(kFormat41RecordSize);
 
 using testing::HasSubstr;
 
@@ -71,7 +75,7 @@ TEST_F(PlannedConversion, TellsWhatStandsInTheWay) {
   EXPECT_EQ(Error(), group_.Path(".~tmp") + " is in the way: it is a directory; move it away");
   std::filesystem::remove(group_.Path(".~tmp"));
   WriteText(group_.Path(".pre-v4"), "precious");
-  EXPECT_THAT(Error({.capacity = {}, .keep_old = true}), HasSubstr("something of that name"));
+  EXPECT_THAT(Error({.keep_old = true}), HasSubstr("something of that name"));
   EXPECT_EQ(Plan().records, 5U) << "it is not wanted";
 }
 
@@ -119,38 +123,40 @@ TEST_F(PlannedConversion, TellsThatTheOldFileCannotBeKeptAlsoWhenTheRestIsDone) 
   group_.Open();
   std::filesystem::rename(group_.Path(".elsewhere"), old_);
   WriteText(group_.Path(".pre-v4"), "taken");
-  EXPECT_THAT(Error({.capacity = {}, .keep_old = true}), HasSubstr("cannot be kept"));
+  EXPECT_THAT(Error({.keep_old = true}), HasSubstr("cannot be kept"));
 }
 
 TEST_F(PlannedConversion, LeavesAHalfDoneOverwriteToTheConversion) {
   MakeOld(journal_, JournalFormat::k41, 5);
   Bytes bytes = ReadBytes(journal_);
-  StateWords state = StateOf(bytes);
-  state.redo = 1;
+  StatePage state = StateOf(bytes);
+  state.state = kOpen;
+  std::copy_n(bytes.begin() + kCellsOffset, kFrameSize, state.redo.begin());
   PutState(state, &bytes);
-  const std::string redo = OldRecord(JournalFormat::k41, 0);
-  std::copy(redo.begin(), redo.end(), bytes.begin() + kRedoRecordOffset);
+  bytes[kCellsOffset + 3] ^= 1;  // torn
   WriteBytes(journal_, bytes);
   EXPECT_EQ(Plan().records, 5U);
   ASSERT_TRUE(ConvertIfOld(journal_, {}));
   EXPECT_EQ(NumbersIn(journal_, JournalFormat::k41), Numbers(0, 5));
 }
 
-// The largest old file there can be, made of a hole: the new one would be 155 GB of disk.
+// The largest old file there can be, made of a hole: the new one would be 194 GB of disk.
 TEST_F(PlannedConversion, IsRefusedOnADiskThatHasNotTheSpace) {
   MakeOld(journal_, JournalFormat::k3, 1, 1);
   Bytes bytes = ReadBytes(journal_);
-  HeaderPage header = HeaderOf(bytes);
-  header.capacity = kMaxRecords;
-  header.slot_count = kMaxRecords + kSpareSlots;
-  PutSoundHeader(header, &bytes);
+  Superblock block = SuperblockOf(bytes);
+  block.capacity = kMaxRecords;
+  block.slot_count = SlotCount(kMaxRecords, block.frames_per_cell);
+  block.file_length = FileLength(block.slot_count, block.frames_per_cell);
+  PutSoundSuperblock(block, &bytes);
   WriteBytes(journal_, bytes);
-  std::filesystem::resize_file(journal_,
-                               header.slots_offset + header.slot_count * header.slot_size);
+  std::filesystem::resize_file(journal_, block.file_length);
+  const std::uint64_t slots = SlotCount(kMaxRecords, FramesPerCell(FrameSize(72)));
+  const std::uint64_t needed = FileLength(slots, FramesPerCell(FrameSize(72)));
   const std::uintmax_t available = std::filesystem::space(journal_).available;
   const std::string error = WhatOf<JournalError>([&] { PlanConversion(journal_, {}); });
-  EXPECT_EQ(error.find("it takes 154618830848 bytes") != std::string::npos,
-            available < 154618830848U)
+  EXPECT_EQ(error.find(fmt::format("it takes {} bytes", needed)) != std::string::npos,
+            available < needed)
       << error;
 }
 

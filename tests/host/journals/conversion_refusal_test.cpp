@@ -71,27 +71,10 @@ TEST_P(RefusedConversion, BecauseOfAWriter) {
   ExpectNotConverted(kBusy);
 }
 
-TEST_P(RefusedConversion, BecauseOfAReader) {
-  RecordFileInfo info;
-  ASSERT_EQ(ProbeRecordFile(journal_, &info), 0);
-  CDbFile reader;
-  ASSERT_EQ(reader.Init(journal_, info.magic.c_str(), info.record_size, info.capacity, kRead), 0);
-  ExpectNotConverted(kBusy);
-}
-
 TEST_P(RefusedConversion, BecauseTheFileIsCut) {
   std::filesystem::resize_file(journal_, std::filesystem::file_size(journal_) - 1);
   ExpectRefusal("cannot open journal " + journal_ +
                 ": the record file is shorter than its header says");
-}
-
-TEST_P(RefusedConversion, BecauseOfAHalfDoneOverwriteOfNothing) {
-  Bytes bytes = ReadBytes(journal_);
-  StateWords state = StateOf(bytes);
-  state.redo = 1000;
-  PutState(state, &bytes);
-  WriteBytes(journal_, bytes);
-  ExpectNotConverted("the state page of the record file is damaged");
 }
 
 TEST_P(RefusedConversion, BecauseOfWhatIsAtTheTemporaryPath) {

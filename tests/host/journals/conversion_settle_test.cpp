@@ -114,11 +114,11 @@ TEST_F(InterruptedConversion, GoesOnWithTheOldFileToBeKept) {
 TEST_F(InterruptedConversion, IsTakenBackAlsoWhenItCannotBeDoneAnew) {
   MakeOld(old_, kOld, 5);
   MakeConverted(temporary_, 5);
+  WriteText(group_.Path(".pre-v4"), "taken");
   GroupOptions options = group_.Options();
-  options.capacity = 7;
-  EXPECT_THAT(group_.ErrorOfOpening(options), HasSubstr("another number of records"));
-  EXPECT_THAT(Snapshot(group_.directory()),
-              ElementsAre(testing::Key("lan.group"), testing::Key("lan.journal")));
+  options.keep_old = true;
+  EXPECT_THAT(group_.ErrorOfOpening(options), HasSubstr("cannot be kept"));
+  EXPECT_TRUE(std::filesystem::exists(journal_) || std::filesystem::exists(old_));
 }
 
 TEST_F(InterruptedConversion, ThatCopiedOnlySomeIsDoneAnew) {

@@ -96,29 +96,37 @@ TEST_P(OldJournal, IsKeptOnRequest) {
               ElementsAre("lan.group", "lan.journal", "lan.journal.pre-v4"));
 }
 
-TEST_P(OldJournal, TakesItsOwnCapacityAndRefusesAnother) {
+TEST_P(OldJournal, TakesItsOwnCapacity) {
   Make(3, 10);
-  const auto before = Snapshot(group_.directory());
-  for (const int other : {kNoBound, 0, 11}) {
-    GroupOptions options = group_.Options();
-    options.capacity = other;
-    EXPECT_THAT(group_.ErrorOfOpening(options), HasSubstr("made for another number of records"));
-    EXPECT_EQ(Snapshot(group_.directory()), before) << other;
-  }
   GroupOptions options = group_.Options();
   options.capacity = 10;
   EXPECT_EQ(group_.Open(options)->records, 3U);
 }
 
-TEST_P(OldJournal, WithoutABoundRefusesOne) {
-  Make(3, kNoBound);
+TEST_P(OldJournal, IsConvertedAndThenResized) {
+  Make(9, 10);
   GroupOptions options = group_.Options();
-  for (const int bound : {0, 10}) {
-    options.capacity = bound;
-    EXPECT_THAT(group_.ErrorOfOpening(options), HasSubstr("made for another number of records"));
-  }
+  options.capacity = 5;
+  EXPECT_EQ(group_.Open(options)->records, 9U);
+  EXPECT_EQ(Info().capacity, 5U);
+  EXPECT_EQ(Converted(), Numbers(4, 9));
+}
+
+TEST_P(OldJournal, KeepsItsBoundWhenNoneIsAskedFor) {
+  Make(3, 10);
+  GroupOptions options = group_.Options();
   options.capacity = kNoBound;
   EXPECT_EQ(group_.Open(options)->records, 3U);
+  EXPECT_EQ(Info().capacity, 10U);
+}
+
+TEST_P(OldJournal, WithoutABoundGetsOneWhenItIsAskedFor) {
+  Make(3, kNoBound);
+  GroupOptions options = group_.Options();
+  options.capacity = 10;
+  EXPECT_EQ(group_.Open(options)->records, 3U);
+  EXPECT_EQ(Info().capacity, 10U);
+  EXPECT_EQ(Converted(), Numbers(0, 3));
 }
 
 TEST_P(OldJournal, KeepsItsModeSoThatItsReadersStay) {

@@ -71,12 +71,15 @@ TEST_F(GroupOpening, RefusesAnotherWindow) {
       catalogue_ + ": this group merges repeats within 5 s, not 6 s; a group keeps its window");
 }
 
-TEST_F(GroupOpening, RefusesAnotherCapacity) {
-  { const GroupWriter writer(Options(10, 5)); }
-  EXPECT_EQ(ErrorOf(Options(11, 5)), "cannot open journal " + journal_ +
-                                         ": the record file was made for another number of "
-                                         "records; leave the number out to use it as it is");
-  EXPECT_EQ(Capacity(), 10U);
+TEST_F(GroupOpening, ResizesToAnotherCapacityAndKeepsTheNewest) {
+  {
+    GroupWriter writer(Options(10, 5));
+    for (std::uint8_t host = 0; host < 8; ++host) writer.Add(EventFrom(host, 100), "lan0");
+  }
+  { EXPECT_EQ(GroupWriter(Options(4, 5)).RecordCount(), 4); }
+  EXPECT_EQ(Capacity(), 4U);
+  { EXPECT_EQ(GroupWriter(Options(20, 5)).RecordCount(), 4); }
+  EXPECT_EQ(Capacity(), 20U);
 }
 
 TEST_F(GroupOpening, RefusesAJournalWithRoomForNothing) {

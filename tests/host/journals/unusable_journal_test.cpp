@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include "host/journals/open_journals.h"
-#include "host/record_file/header.h"
 #include "packetdb/journal_format.h"
 #include "tests/host/journals/old_journals.h"
 #include "tests/host/journals/support.h"
@@ -28,10 +27,10 @@ void MakeTruncated(const std::string& path) {
 void MakeAbsurd(const std::string& path) {
   MakeOld(path, JournalFormat::k41, 5);
   Bytes bytes = ReadBytes(path);
-  HeaderPage header = HeaderOf(bytes);
-  header.slot_count = ~std::uint64_t{0};
-  header.capacity = std::uint64_t{1} << 63U;
-  PutSoundHeader(header, &bytes);
+  Superblock block = SuperblockOf(bytes);
+  block.slot_count = ~std::uint64_t{0};
+  block.capacity = std::uint64_t{1} << 63U;
+  PutSoundSuperblock(block, &bytes);
   WriteBytes(path, bytes);
 }
 
