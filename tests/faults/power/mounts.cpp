@@ -85,8 +85,8 @@ Mount::Mount(FileSystem kind, const LoopDevice& device, const std::string& folde
   const char* const options = kind == FileSystem::kXfs ? "nouuid" : "";
   if (mount(device.path().c_str(), folder.c_str(), NameOf(kind), MS_NOATIME, options) == 0) return;
   if (errno == ENODEV || errno == EPERM) {
-    throw CannotRun(fmt::format("{} cannot be mounted here: {}", NameOf(kind),
-                                std::strerror(errno)));
+    throw CannotRun(
+        fmt::format("{} cannot be mounted here: {}", NameOf(kind), std::strerror(errno)));
   }
   throw std::runtime_error(
       fmt::format("{} does not mount: {}", NameOf(kind), std::strerror(errno)));

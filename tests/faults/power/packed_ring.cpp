@@ -28,8 +28,7 @@ class Mapping {
  public:
   Mapping() = default;
   Mapping(int fd, std::size_t length)
-      : base_(static_cast<char*>(
-            mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0))),
+      : base_(static_cast<char*>(mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0))),
         length_(length) {
     if (base_ == MAP_FAILED) throw Failure("mapped");
   }
@@ -45,9 +44,7 @@ class Mapping {
 
   std::uint64_t& capacity() { return *reinterpret_cast<std::uint64_t*>(base_); }
   std::uint64_t slots() const { return (length_ - kHeaderSize) / kFrameSize; }
-  char* Slot(std::uint64_t ordinal) {
-    return base_ + kHeaderSize + ordinal % slots() * kFrameSize;
-  }
+  char* Slot(std::uint64_t ordinal) { return base_ + kHeaderSize + ordinal % slots() * kFrameSize; }
 
  private:
   char* base_ = nullptr;
@@ -127,9 +124,8 @@ class PackedRing : public Subject {
   }
 
   static void KeepTheNewest(std::uint64_t count, std::vector<Label>* labels) {
-    std::sort(labels->begin(), labels->end(), [](const Label& left, const Label& right) {
-      return left.ordinal < right.ordinal;
-    });
+    std::sort(labels->begin(), labels->end(),
+              [](const Label& left, const Label& right) { return left.ordinal < right.ordinal; });
     const std::uint64_t end = labels->empty() ? 0 : labels->back().ordinal + 1;
     const auto is_old = [&](const Label& label) { return label.ordinal + count < end; };
     labels->erase(std::remove_if(labels->begin(), labels->end(), is_old), labels->end());

@@ -1,6 +1,7 @@
 // The power goes while a journal is written. The journal is on a file system, that on a loop
-// device, and that on a disk which keeps a log of every write and flush. From the log come the disks
-// that a power cut may leave: each is mounted, and the journal on it has to keep its promises.
+// device, and that on a disk which keeps a log of every write and flush. From the log come the
+// disks that a power cut may leave: each is mounted, and the journal on it has to keep its
+// promises.
 #include <algorithm>
 #include <fcntl.h>
 #include <filesystem>
@@ -69,9 +70,11 @@ class PowerCut {
 
   void Write(const DiskLog& log) {
     MarkWriter marks(MarksPath());
-    SetUpRecordFiles(Flushes::kInTheBackground, options_.by_calls ? Changes::kByCalls : Changes::kMapped);
-    Workload workload(*subject_, JournalPath(), seed_,
-                      [&](const Mark& mark) { marks.Add({log.size(), mark}); });
+    SetUpRecordFiles(Flushes::kInTheBackground,
+                     options_.by_calls ? Changes::kByCalls : Changes::kMapped);
+    Workload workload(*subject_, JournalPath(), seed_, [&](const Mark& mark) {
+      marks.Add({log.size(), mark});
+    });
     workload.Run({options_.rounds, options_.control != Control::kPacked});
   }
 
@@ -107,14 +110,12 @@ class PowerCut {
       complaints.push_back("it takes what the cut took for damage");
     }
     records_ += found.records.size();
-    beyond_ += found.records.empty() || found.records.back().ordinal < promise.acknowledged.end()
-                   ? 0
-                   : 1;
+    beyond_ +=
+        found.records.empty() || found.records.back().ordinal < promise.acknowledged.end() ? 0 : 1;
     Complain(cut, is_other_boot, complaints);
   }
 
-  void Complain(std::uint64_t cut, bool is_other_boot,
-                const std::vector<std::string>& complaints) {
+  void Complain(std::uint64_t cut, bool is_other_boot, const std::vector<std::string>& complaints) {
     constexpr std::uint64_t kShown = 10;
     for (const std::string& complaint : complaints) {
       if (violations_++ >= kShown) continue;
@@ -147,10 +148,11 @@ class PowerCut {
 Body AddOptions(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   app.add_option("--fs", options->kind, "file system of the journal")
-      ->transform(CLI::CheckedTransformer(
-          std::map<std::string, FileSystem>{{"ext4", FileSystem::kExt4}, {"xfs", FileSystem::kXfs}}));
+      ->transform(CLI::CheckedTransformer(std::map<std::string, FileSystem>{
+          {"ext4", FileSystem::kExt4}, {"xfs", FileSystem::kXfs}}));
   app.add_option("--images", options->images, "how many power cuts")->capture_default_str();
-  app.add_option("--rounds", options->rounds, "how often the journal is flushed while it is written")
+  app.add_option("--rounds", options->rounds,
+                 "how often the journal is flushed while it is written")
       ->capture_default_str();
   app.add_flag("--by-calls", options->by_calls, "the journal is not mapped");
   app.add_option("--control", options->control,

@@ -54,15 +54,14 @@ void JudgeLoss(const Promise& promise, const Found& found, Complaints* complaint
     if (there.Of(i) >= promise.acknowledged.Of(i)) continue;
     if (promise.may_be_missing && promise.may_be_missing(i)) continue;
     if (lost++ == 0) {
-      first = fmt::format("record {} of version {} is there as {}", i,
-                          promise.acknowledged.Of(i), there.Of(i));
+      first = fmt::format("record {} of version {} is there as {}", i, promise.acknowledged.Of(i),
+                          there.Of(i));
     }
   }
   if (lost == 0) return;
-  complaints->push_back(
-      fmt::format("{} acknowledged record(s) lost of {}..{}; there are {}..{}; {}", lost,
-                  promise.acknowledged.begin(), promise.acknowledged.end(), there.begin(),
-                  there.end(), first));
+  complaints->push_back(fmt::format(
+      "{} acknowledged record(s) lost of {}..{}; there are {}..{}; {}", lost,
+      promise.acknowledged.begin(), promise.acknowledged.end(), there.begin(), there.end(), first));
 }
 
 }  // namespace

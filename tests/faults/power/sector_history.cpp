@@ -21,7 +21,8 @@ std::uint32_t DrawEagerness(test::Random& random) {
 
 void AddRecordsOf(const char* sector, std::set<std::uint64_t>* ordinals) {
   for (std::size_t i = 0; i + kRecordSize <= kSectorBytes; i += sizeof(std::uint64_t)) {
-    if (const std::optional<Label> label = ParseRecord(sector + i)) ordinals->insert(label->ordinal);
+    if (const std::optional<Label> label = ParseRecord(sector + i))
+      ordinals->insert(label->ordinal);
   }
 }
 
@@ -70,7 +71,8 @@ Image SectorHistory::Draw(test::Random& random) const {
   for (const std::size_t i : changed_) {
     const auto versions = static_cast<std::uint32_t>(newer_[i].size());
     // 0 is the one at the flush.
-    const std::uint32_t version = random.Below(kAll) < eagerness ? versions : random.Below(versions);
+    const std::uint32_t version =
+        random.Below(kAll) < eagerness ? versions : random.Below(versions);
     if (version == 0) continue;
     const Sector& content = newer_[i][version - 1];
     std::copy(content.begin(), content.end(),

@@ -54,9 +54,9 @@ class SectorHistory {
   const char* live_ = nullptr;  // the file itself
   struct stat status_ {};
   Image flushed_;
-  Image seen_;                               // at the last look
-  std::vector<std::vector<Sector>> newer_;   // by sector: its contents since the flush, in order
-  std::vector<std::size_t> changed_;         // the sectors that have any
+  Image seen_;                              // at the last look
+  std::vector<std::vector<Sector>> newer_;  // by sector: its contents since the flush, in order
+  std::vector<std::size_t> changed_;        // the sectors that have any
 };
 
 }  // namespace packetdb::faults

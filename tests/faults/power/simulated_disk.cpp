@@ -19,12 +19,12 @@ Outcome Run(const SimulationOptions& options, bool by_calls, const Common& commo
   Simulation simulation(options, common.directory, static_cast<std::uint32_t>(common.seed));
   while (simulation.WantsMore()) simulation.RunOne();
   const SimulationFigures& figures = simulation.figures();
-  return {figures.violations,
-          fmt::format("{} states after a power cut, {} of them within or after a recovery from one, "
-                      "{} with a sector harmed as well, {} with records that were not flushed yet; "
-                      "{} journals",
-                      figures.states, figures.deep, figures.harmed, figures.beyond,
-                      figures.journals)};
+  return {
+      figures.violations,
+      fmt::format("{} states after a power cut, {} of them within or after a recovery from one, "
+                  "{} with a sector harmed as well, {} with records that were not flushed yet; "
+                  "{} journals",
+                  figures.states, figures.deep, figures.harmed, figures.beyond, figures.journals)};
 }
 
 Body AddOptions(CLI::App& app) {

@@ -78,8 +78,8 @@ void Simulation::Judge(const Image& image, const Promise& promise, const char* w
       DamageTold(path) != 0) {
     complaints.push_back("it takes what the cut took for damage");
   }
-  const bool is_beyond = !found.records.empty() &&
-                         found.records.back().ordinal >= promise.acknowledged.end();
+  const bool is_beyond =
+      !found.records.empty() && found.records.back().ordinal >= promise.acknowledged.end();
   figures_.beyond += is_beyond ? 1 : 0;
   Complain(complaints, what);
   ExchangeFlushHook(std::move(outer));

@@ -9,7 +9,6 @@
 #include <sys/mman.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
-#include <sys/user.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -21,10 +20,16 @@ namespace {
 constexpr int kNotTraceable = 3;
 
 constexpr std::array kChanging = {
-    SYS_openat, SYS_write,     SYS_pwrite64, SYS_fallocate, SYS_ftruncate, SYS_fsync,
-    SYS_rename, SYS_renameat,  SYS_renameat2, SYS_link,     SYS_linkat,    SYS_unlink,
-    SYS_mkdir,  SYS_unlinkat,  SYS_fdatasync, SYS_fchmod,   SYS_msync,     SYS_munmap,
+    SYS_openat, SYS_write,     SYS_pwrite64,  SYS_fallocate,      SYS_ftruncate, SYS_fsync,
+    SYS_rename, SYS_renameat,  SYS_renameat2, SYS_link,           SYS_linkat,    SYS_unlink,
+    SYS_mkdir,  SYS_unlinkat,  SYS_fdatasync, SYS_fchmod,         SYS_msync,     SYS_munmap,
     SYS_close,  SYS_symlinkat, SYS_truncate,  SYS_sync_file_range};
+
+bool IsChanging(long call) {
+  return std::find(kChanging.begin(), kChanging.end(), call) != kChanging.end();
+}
+
+bool IsFlush(long call) { return call == SYS_fsync || call == SYS_fdatasync; }
 
 [[noreturn]] void RunTraced(const std::function<void()>& act, volatile bool* returned) {
   if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(kNotTraceable);
@@ -60,8 +65,8 @@ void WaitForStop(pid_t child) {
 
 }  // namespace
 
-TracedChild::TracedChild(const std::function<void()>& act, Calls calls)
-    : calls_(calls), returned_(SharedFlag()), pid_(fork()) {
+TracedChild::TracedChild(const std::function<void()>& act, Calls calls, Flushing flushing)
+    : calls_(calls), flushing_(flushing), returned_(SharedFlag()), pid_(fork()) {
   if (pid_ == 0) RunTraced(act, returned_);
   if (pid_ < 0) throw std::runtime_error("no process");
   WaitForStop(pid_);
@@ -82,17 +87,29 @@ bool TracedChild::RunCalls(int count) {
   return true;
 }
 
-bool TracedChild::IsBehindCall() const {
+bool TracedChild::IsBehindCall() {
   __ptrace_syscall_info info = {};
   if (ptrace(PTRACE_GET_SYSCALL_INFO, pid_, sizeof info, &info) <= 0) {
     throw CannotRun("the kernel does not tell about system calls");
   }
+  if (info.op == PTRACE_SYSCALL_INFO_ENTRY) {
+    call_ = static_cast<long>(info.entry.nr);
+    forgets_ = flushing_ == Flushing::kForgotten && IsFlush(call_);
+    // No call has this number, so none is made.
+    if (forgets_) SetRegister(&user_regs_struct::orig_rax, ~0ULL);
+    return false;
+  }
   if (info.op != PTRACE_SYSCALL_INFO_EXIT) return false;
-  if (calls_ == Calls::kEvery) return true;
+  if (forgets_) SetRegister(&user_regs_struct::rax, 0);
+  return calls_ == Calls::kEvery || IsChanging(call_);
+}
+
+void TracedChild::SetRegister(unsigned long long user_regs_struct::*which,
+                              unsigned long long value) const {
   user_regs_struct registers = {};
   ptrace(PTRACE_GETREGS, pid_, nullptr, &registers);
-  const auto call = static_cast<long>(registers.orig_rax);
-  return std::find(kChanging.begin(), kChanging.end(), call) != kChanging.end();
+  registers.*which = value;
+  ptrace(PTRACE_SETREGS, pid_, nullptr, &registers);
 }
 
 void TracedChild::Kill() {

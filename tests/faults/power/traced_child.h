@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <sys/types.h>
+#include <sys/user.h>
 
 namespace packetdb::faults {
 
@@ -11,10 +12,15 @@ enum class Calls {
   kChanging,  // those that can change a file or its name, or flush it
 };
 
+enum class Flushing {
+  kDone,
+  kForgotten,  // the process is told that it has been done
+};
+
 class TracedChild {
  public:
   // Throws CannotRun when processes cannot be traced here.
-  TracedChild(const std::function<void()>& act, Calls calls);
+  TracedChild(const std::function<void()>& act, Calls calls, Flushing flushing);
   TracedChild(const TracedChild&) = delete;
   TracedChild& operator=(const TracedChild&) = delete;
   ~TracedChild() { Kill(); }
@@ -25,10 +31,14 @@ class TracedChild {
   void Kill();
 
  private:
-  bool IsBehindCall() const;
+  bool IsBehindCall();
+  void SetRegister(unsigned long long user_regs_struct::*which, unsigned long long value) const;
 
   const Calls calls_;
-  bool* returned_;  // in memory that both processes see
+  const Flushing flushing_;
+  long call_ = -1;        // the one that is under way
+  bool forgets_ = false;  // it is a flush, and is not done
+  bool* returned_;        // in memory that both processes see
   pid_t pid_;
 };
 
