@@ -19,6 +19,14 @@ std::uint32_t DrawEagerness(test::Random& random) {
   return kPercents[random.Below(std::size(kPercents))];
 }
 
+// 0 is the content at the flush, `newest` the last. What was written only once between two looks of
+// the kernel is more often either than one of the many between.
+std::uint32_t DrawVersion(std::uint32_t newest, std::uint32_t eagerness, test::Random& random) {
+  constexpr std::uint32_t kAll = 100;
+  if (random.Below(kAll) < eagerness) return newest;
+  return random.OneIn(2) ? 0 : random.Below(newest);
+}
+
 void AddRecordsOf(const char* sector, std::set<std::uint64_t>* ordinals) {
   for (std::size_t i = 0; i + kRecordSize <= kSectorBytes; i += sizeof(std::uint64_t)) {
     if (const std::optional<Label> label = ParseRecord(sector + i))
@@ -65,14 +73,11 @@ void SectorHistory::NoteFlush() {
 }
 
 Image SectorHistory::Draw(test::Random& random) const {
-  constexpr std::uint32_t kAll = 100;
   Image image = flushed_;
   const std::uint32_t eagerness = DrawEagerness(random);
   for (const std::size_t i : changed_) {
     const auto versions = static_cast<std::uint32_t>(newer_[i].size());
-    // 0 is the one at the flush.
-    const std::uint32_t version =
-        random.Below(kAll) < eagerness ? versions : random.Below(versions);
+    const std::uint32_t version = DrawVersion(versions, eagerness, random);
     if (version == 0) continue;
     const Sector& content = newer_[i][version - 1];
     std::copy(content.begin(), content.end(),

@@ -26,6 +26,7 @@ Session::Session(Simulation& simulation, std::string path, Promise promise, int 
       subject_(simulation.NewSubject()),
       promise_(std::move(promise)) {
   promise_.capacity = kCapacity;
+  ever_ = promise_.written;
   flush_every_ = kFlushEvery[simulation.random().Below(std::size(kFlushEvery))];
   close_every_ = kCloseEvery[simulation.random().Below(std::size(kCloseEvery))];
 }
@@ -58,6 +59,8 @@ void Session::Open() {
     current_.Set(label.ordinal, label.version);
   }
   next_ = current_.end();
+  // What a recovery has not found must not come back later, among records that were appended since.
+  promise_.written.CutTo(next_);
   is_known_ = true;
   session_.clear();
   tickets_.clear();
@@ -83,8 +86,8 @@ void Session::DoOne() {
 // A number that was used before the last power cut is used again: the record gets a version that
 // none with this number ever had.
 void Session::Append() {
-  const Label label = {next_, promise_.written.Of(next_) + 1};
-  promise_.written.Set(label.ordinal, label.version);
+  const Label label = {next_, ever_.Of(next_) + 1};
+  NoteWritten(label);
   tickets_.push_back(subject_->Append(MakeRecord(label)));
   session_.push_back(label.ordinal);
   current_.Set(label.ordinal, label.version);
@@ -96,10 +99,15 @@ void Session::Overwrite() {
   const auto live = std::min(session_.size(), std::size_t{kCapacity});
   const std::size_t i =
       session_.size() - 1 - simulation_.random().Below(static_cast<std::uint32_t>(live));
-  const Label label = {session_[i], promise_.written.Of(session_[i]) + 1};
-  promise_.written.Set(label.ordinal, label.version);
+  const Label label = {session_[i], ever_.Of(session_[i]) + 1};
+  NoteWritten(label);
   subject_->Overwrite(tickets_[i], MakeRecord(label));
   current_.Set(label.ordinal, label.version);
+}
+
+void Session::NoteWritten(const Label& label) {
+  ever_.Set(label.ordinal, label.version);
+  promise_.written.Set(label.ordinal, label.version);
 }
 
 void Session::NoteFlush(int file) {

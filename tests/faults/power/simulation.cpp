@@ -1,3 +1,4 @@
+#include <array>
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
@@ -11,7 +12,7 @@ namespace packetdb::faults {
 namespace {
 
 constexpr int kOperations = 15000;  // two laps of the ring
-constexpr int kOperationsAgain = 60;
+constexpr std::array kOperationsAgain = {60, 60, 600};
 
 // Only what can be read counts: how it was found is not the matter.
 bool SeeTheSame(const Found& left, const Found& right) {
@@ -44,7 +45,7 @@ void Simulation::RunAgain(const Image& image, const Promise& promise, int depth)
   const std::string path = NewPath();
   WriteImage(image, path);
   if (options_.control != SimulationControl::kPacked && !random_.OneIn(4)) PretendOtherBoot(path);
-  Session(*this, path, promise, depth).Run(kOperationsAgain);
+  Session(*this, path, promise, depth).Run(random_.OneOf(kOperationsAgain));
 }
 
 void Simulation::JudgeState(const Image& image, const Promise& promise, int depth) {
