@@ -117,7 +117,7 @@ RecordFileResult CheckRecords(Snapshot& snapshot, JournalFormat format, const Fi
       case RecordFate::kMissing:
         ++checked->missing;
         break;
-      case RecordFate::kUnstable:
+      case RecordFate::kDamaged:
         ++checked->unstable;
         sink({record.offset, Severity::kWarning, kFindUnstable,
               fmt::format("record {}: it changed whenever it was read", sequence)});

@@ -78,7 +78,7 @@ std::string Convert(const ConvertOptions& options, const ConversionWishes& wishe
 
 ExitCode RunConvert(const ConvertOptions& options) {
   try {
-    return Answer(Convert(options, {.capacity = {}, .keep_old = options.keep_old}));
+    return Answer(Convert(options, {.keep_old = options.keep_old}));
   } catch (const JournalError& error) {
     Complain(error.what());
     return ExitCodeOf(error);

@@ -79,7 +79,7 @@ class Dumper {
       run_begin_ = record.sequence;
     }
     run_fate_ = record.fate;
-    unstable_ += record.fate == RecordFate::kUnstable ? 1 : 0;
+    unstable_ += record.fate == RecordFate::kDamaged ? 1 : 0;
   }
 
   void EndRun() {

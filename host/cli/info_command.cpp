@@ -6,7 +6,7 @@
 #include "host/cli/info_report.h"
 #include "host/cli/output_format.h"
 #include "host/cli/report.h"
-#include "host/record_file/check.h"
+#include "host/record_file/inspect.h"
 
 namespace packetdb::host {
 
@@ -24,6 +24,7 @@ ExitCode Examine(InfoReport* info) {
     return status;
   }
   info->facts = snapshot.facts();
+  info->window = snapshot.window();
   RecordFileResult result = FindWriter(file, &info->writer);
   if (result == kRecordFileOk) {
     result = Summarise(snapshot, info->format, &info->summary);

@@ -7,16 +7,13 @@
 #include "host/cli/json_text.h"
 #include "host/cli/times.h"
 #include "host/log/escape.h"
-#include "host/record_file/header.h"
 #include "packetdb/storage.h"
 
 namespace packetdb::host {
 
 namespace {
 
-std::uint64_t Records(const InfoReport& info) {
-  return LiveRecords(info.facts.geometry, info.facts.next);
-}
+std::uint64_t Records(const InfoReport& info) { return info.window.size(); }
 
 bool HasBound(const InfoReport& info) { return info.facts.format.capacity != 0; }
 
@@ -56,7 +53,7 @@ std::string RecordsText(const InfoReport& info) {
                                                   info.facts.format.capacity, FillPercent(info))
                                     : fmt::format("{}, no bound", records);
   if (records != 0) {
-    text += fmt::format("; numbers {} to {}", info.facts.next - records, info.facts.next - 1);
+    text += fmt::format("; numbers {} to {}", info.window.begin, info.window.end - 1);
   }
   return text;
 }
@@ -187,7 +184,7 @@ void PrintInfoJson(const InfoReport& info, std::FILE* out) {
   object["file_bytes"] = info.facts.length;
   object["writer"] = info.writer;
   object["records"] = records;
-  object["next_record"] = info.facts.next;
+  object["next_record"] = info.window.end;
   object["records_read"] = info.summary.read;
   AddBound(object, info);
   AddContents(object, info.summary);

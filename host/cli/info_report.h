@@ -15,6 +15,7 @@ struct InfoReport {
   std::string path;
   JournalFormat format = JournalFormat::k4;
   FileFacts facts;
+  Window window;  // of the records that were there when it was opened
   JournalSummary summary;
   bool writer = false;  // somebody has the file open for writing
 };

@@ -47,7 +47,7 @@ class Summariser {
  private:
   void Count(const SnapshotRecord& stored, JournalSummary* summary) {
     summary->gone += stored.fate == RecordFate::kGone ? 1 : 0;
-    summary->unstable += stored.fate == RecordFate::kUnstable ? 1 : 0;
+    summary->unstable += stored.fate == RecordFate::kDamaged ? 1 : 0;
     if (stored.fate != RecordFate::kWhole) {
       return;
     }

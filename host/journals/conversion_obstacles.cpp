@@ -10,7 +10,7 @@
 
 #include "host/journals/converted.h"
 #include "host/journals/error.h"
-#include "host/record_file/header.h"
+#include "host/record_file/geometry.h"
 #include "host/record_file/result.h"
 #include "packetdb/journal_format.h"
 
@@ -24,17 +24,6 @@ namespace {
 
 std::string DirectoryOf(const std::string& path) {
   return (std::filesystem::path(path).parent_path() / ".").string();
-}
-
-void RequireCapacity(const std::string& path, const RecordFileInfo& old, int wished) {
-  const bool same =
-      wished < 0 ? old.capacity == 0 : wished > 0 && static_cast<unsigned>(wished) == old.capacity;
-  if (!same) {
-    // What opening today's journal with another capacity says.
-    throw JournalError(
-        fmt::format("cannot open journal {}: {}", path, DescribeRecordFileResult(kOtherCapacity)),
-        kOtherCapacity);
-  }
 }
 
 void RequireWritable(const ConversionFiles& files, std::string_view what, const std::string& path,
@@ -61,9 +50,6 @@ void RequireOwner(const ConversionFiles& files, uid_t owner) {
 
 void RequireNoObstacle(const ConversionFiles& files, const HeldFile& old,
                        const ConversionWishes& wishes, bool complete) {
-  if (wishes.capacity) {
-    RequireCapacity(files.journal, old.info(), *wishes.capacity);
-  }
   RequireWritable(files, "its directory", DirectoryOf(files.journal), W_OK | X_OK);
   // An interrupted conversion may have left it no name but the second.
   const std::string& name = old.IsAt(files.journal) ? files.journal : files.old;
@@ -89,13 +75,11 @@ void RequireKeepable(const ConversionFiles& files, const HeldFile& old) {
 }
 
 std::uint64_t ConvertedSize(const RecordFileInfo& old) {
-  const HeaderPage header = MakeHeader(
-      {.magic = kJournalMagic, .record_size = kJournalRecordSize, .capacity = old.capacity});
-  const std::uint64_t growth = GrowthSlots(header.slot_size);
-  const std::uint64_t slots = old.capacity != 0
-                                  ? header.slot_count
-                                  : RoundUp(std::max(old.records, std::uint64_t{1}), growth);
-  return header.slots_offset + slots * header.slot_size;
+  const std::uint64_t per_cell = FramesPerCell(FrameSize(kJournalRecordSize));
+  const std::uint64_t records = std::max(old.records, std::uint64_t{1});
+  const std::uint64_t slots = old.capacity != 0 ? SlotCount(old.capacity, per_cell)
+                                                : RoundUp(records, GrowthSlots(per_cell));
+  return FileLength(slots, per_cell);
 }
 
 void RequireSpace(const std::string& path, std::uint64_t bytes) {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 
 #include "host/journals/conversion_files.h"
 #include "host/journals/held_file.h"
@@ -10,14 +9,12 @@
 namespace packetdb::host {
 
 struct ConversionWishes {
-  std::optional<int> capacity;  // another one than the old file's is refused; below 0: no bound
   bool keep_old = false;
 };
 
-// Throws JournalError with the first of: another capacity wished for, a directory or a file that
-// cannot be written, another user's file, one that is damaged or in use, something in the way. With
-// `complete` an overwrite that a killed writer left half done in the old file is completed; nothing
-// else is changed.
+// Throws JournalError with the first of: a directory or a file that cannot be written, another
+// user's file, one that is damaged or in use, something in the way. With `complete` what a killed
+// writer left half done in the old file is completed; nothing else is changed.
 void RequireNoObstacle(const ConversionFiles& files, const HeldFile& old,
                        const ConversionWishes& wishes, bool complete);
 

@@ -78,13 +78,24 @@ GroupWriter::GroupWriter(const GroupOptions& options)
 }
 
 void GroupWriter::OpenJournal(const GroupOptions& options) {
-  conversion_ = ConvertIfOld(path_, {options.capacity, options.keep_old});
-  const int status =
-      storage_->Init(path_, CapacityOf(path_, options), kOpenForWriting, catalogue_.window());
+  conversion_ = ConvertIfOld(path_, {.keep_old = options.keep_old});
+  const int status = OpenWith(CapacityOf(path_, options));
   if (status != 0) {
     // One of another format has appeared there since, and the library could not convert it.
     ThrowCannotOpen(path_, status == kOtherFormat ? int{kUnsettled} : status);
   }
+}
+
+// A file that had to be resized and found no room for that keeps what it kept. Then the repeats
+// that are remembered must not outnumber its records.
+int GroupWriter::OpenWith(int capacity) {
+  int status = storage_->Init(path_, capacity, kOpenForWriting, catalogue_.window());
+  RecordFileInfo info;
+  if (status == 0 && ProbeRecordFile(path_, &info) == 0 && CapacityArgument(info) != capacity) {
+    storage_->Done();
+    status = storage_->Init(path_, CapacityArgument(info), kOpenForWriting, catalogue_.window());
+  }
+  return status;
 }
 
 GroupWriter::~GroupWriter() { storage_->Done(); }

@@ -51,6 +51,7 @@ class GroupWriter {
 
  private:
   void OpenJournal(const GroupOptions& options);
+  int OpenWith(int capacity);
 
   std::string path_;
   bool known_before_;  // the group had a catalogue already

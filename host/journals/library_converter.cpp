@@ -6,6 +6,7 @@
 #include "host/journals/converted.h"
 #include "host/record_file/modes.h"
 #include "host/record_file/result.h"
+#include "host/record_file/settings.h"
 #include "packetdb/journal_format.h"
 #include "packetdb/storage.h"
 #include "platform/record_file.h"
@@ -39,6 +40,8 @@ ConverterFailure WhyNotMade(const ConversionFiles& files, const HeldFile& old) {
 
 ConverterFailure RunLibraryConverter(const ConversionFiles& files, const HeldFile& old) {
   int status = 0;
+  // The library cannot skip a record that turns out to be damaged in the middle of its copy.
+  const ThoroughOpening thorough;
   try {
     DbFileStorage storage;
     status = storage.Init(files.journal, CapacityArgument(old.info()), mode::kWrite, 0);

@@ -1,5 +1,5 @@
-// Whether the bytes of a record file are as a writer leaves them: everything that layout version 1
-// allows to be verified. What the records say is their owner's to judge.
+// Whether the bytes of a record file are as a writer leaves them: everything that the layout allows
+// to be verified. What the records say is their owner's to judge.
 //
 // No lock is taken and nothing is changed; a writer may be at work.
 #pragma once
@@ -30,26 +30,15 @@ struct Finding {
 // Called for each finding as it is made, in no particular order of position.
 using FindingSink = std::function<void(const Finding&)>;
 
-inline constexpr std::string_view kFindSignature = "signature";
-inline constexpr std::string_view kFindChecksum = "checksum";
-inline constexpr std::string_view kFindNumber = "number";      // of the header
-inline constexpr std::string_view kFindReserved = "reserved";  // bytes of the header that are 0
-inline constexpr std::string_view kFindLength = "length";      // of the file
-inline constexpr std::string_view kFindCommitWord = "commit_word";
-inline constexpr std::string_view kFindRedoWord = "redo_word";
-inline constexpr std::string_view kFindRedoPending = "redo_pending";
+inline constexpr std::string_view kFindSuperblock = "superblock";
+inline constexpr std::string_view kFindLength = "length";  // of the file
+inline constexpr std::string_view kFindState = "state";
+inline constexpr std::string_view kFindFrame = "frame";
 inline constexpr std::string_view kFindPadding = "padding";
-inline constexpr std::string_view kFindUnusedSlot = "unused_slot";
 
 // Checks the open file. Returns kRecordFileOk when it is a record file of this layout, whatever was
 // found; kEmptyFile, kNotARecordFile, kOtherByteOrder or kUnsupportedLayout when it is none, with
-// nothing found; another failure when it cannot be read. Wrong bytes that lie close together are
-// one finding, which tells their length. A signature that is wrong alone, in a page whose checksum
-// is right otherwise, is damage and no other kind of file.
+// nothing found; another failure when it cannot be read.
 RecordFileResult CheckRecordFile(const Descriptor& file, const FindingSink& sink);
-
-// Tells whether somebody has the file open for writing, without taking that place. `writer` is
-// untouched on failure.
-RecordFileResult FindWriter(const Descriptor& file, bool* writer);
 
 }  // namespace packetdb::host

@@ -1,28 +1,38 @@
 #include "host/record_file/create.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
 
+#include "host/record_file/folder.h"
+#include "host/record_file/medium.h"
 #include "host/record_file/open.h"
+#include "host/record_file/state.h"
+#include "host/record_file/superblock.h"
 
 namespace packetdb::host {
 namespace {
 
 constexpr mode_t kFileMode = 0640;  // the writer writes, readers share its group
+constexpr std::uint64_t kZerosAtMost = std::uint64_t{1} << 30U;
 
 // Nobody of ours leaves such a thing under the temporary name, so there is no lock to wait for.
 bool CannotBeACreation(RecordFileResult why_not_opened) {
   return why_not_opened == kIsSymlink || why_not_opened == kNotRegular ||
-         why_not_opened == kNoPermission;
+         why_not_opened == kNoPermission || why_not_opened == kForeignOwner ||
+         why_not_opened == kWritableByOthers || why_not_opened == kLinkedElsewhere;
 }
 
-// Removes what a killed creation left at `path`.
-//
-// Whoever removes or renames a file under the temporary name holds the lock on that very file, so
-// no process ever moves another's unfinished file into place.
-RecordFileResult RemoveLeftover(const std::string& path) {
+// Removes what a killed creation left under the temporary name `path`.
+RecordFileResult RemoveTemporary(const std::string& path) {
   Descriptor leftover;
   const RecordFileResult result = OpenLocked(path, Access::kWrite, &leftover);
   if (result == kMissing) return kRecordFileOk;
@@ -30,71 +40,104 @@ RecordFileResult RemoveLeftover(const std::string& path) {
   return unlink(path.c_str()) == 0 ? kRecordFileOk : ResultFromErrno(errno);
 }
 
-RecordFileResult OpenTemporary(const std::string& path, Descriptor* file) {
-  RecordFileResult result = RemoveLeftover(path);
+// Only an empty file can be told to be written in place. Elsewhere there is nothing to tell.
+void AvoidCopyOnWrite(const Descriptor& file) {
+  int flags = 0;
+  if (BestWay(file) != Way::kByCalls || ioctl(file.get(), FS_IOC_GETFLAGS, &flags) != 0) return;
+  flags |= FS_NOCOW_FL;
+  ioctl(file.get(), FS_IOC_SETFLAGS, &flags);
+}
+
+int FlushFile(const Descriptor& file) {
+  int result = fsync(file.get());
+  while (result != 0 && errno == EINTR) result = fsync(file.get());
+  return result;
+}
+
+}  // namespace
+
+Creation::~Creation() {
+  if (file_.IsOpen()) unlink(temporary_.c_str());
+}
+
+RecordFileResult Creation::Begin(const RecordFormat& format, std::uint64_t first_sequence) {
+  RecordFileResult result = Open();
   if (result < 0) return result;
-  Descriptor opened(
-      open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY, kFileMode));
+  result = Fill(format, first_sequence);
+  if (result < 0) {
+    unlink(temporary_.c_str());
+    file_ = Descriptor();
+  }
+  return result;
+}
+
+RecordFileResult Creation::Open() {
+  RecordFileResult result = RemoveTemporary(temporary_);
+  if (result < 0) return result;
+  Descriptor opened(open(temporary_.c_str(),
+                         O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY, kFileMode));
   if (!opened.IsOpen()) return errno == EEXIST ? kUnsettled : ResultFromErrno(errno);
-  result = Lock(opened, Access::kWrite);
+  result = Lock(opened);
   // Between the two calls another creation may have taken the file for a leftover. Then it holds
   // the lock, or has removed the file already and let go of it.
-  if (result == kRecordFileOk && !Names(path, opened)) return kUnsettled;
-  if (result < 0 && result != kInUse) unlink(path.c_str());
+  if (result == kRecordFileOk && !Names(temporary_, opened)) return kUnsettled;
+  if (result < 0 && result != kInUse) unlink(temporary_.c_str());
   if (result < 0) return result;
-  *file = std::move(opened);
+  file_ = std::move(opened);
   return kRecordFileOk;
 }
 
-RecordFileResult WriteHeader(const Descriptor& file, const HeaderPage& header) {
-  const ssize_t written = pwrite(file.get(), &header, sizeof header, 0);
-  if (written < 0) return ResultFromErrno(errno);
-  // Its space is allocated: a short write is no lack of room.
-  return static_cast<std::size_t>(written) == sizeof header ? kRecordFileOk : kSystemError;
-}
-
-std::uint64_t InitialLength(const HeaderPage& header) {
-  const bool bounded = header.capacity != 0;
-  const std::uint64_t slots = bounded ? header.slot_count : GrowthSlots(header.slot_size);
-  return header.slots_offset + slots * header.slot_size;
-}
-
-// The state of an empty file is all zeros, which is what fresh space reads as.
-RecordFileResult Fill(const Descriptor& file, const RecordFormat& format) {
+RecordFileResult Creation::Fill(const RecordFormat& format, std::uint64_t first_sequence) {
   // Whatever the umask is: the readers' group must not depend on who started the writer.
-  if (fchmod(file.get(), kFileMode) != 0) return ResultFromErrno(errno);
-  const HeaderPage header = MakeHeader(format);
-  const RecordFileResult result = AllocateSpace(file, 0, InitialLength(header));
-  return result < 0 ? result : WriteHeader(file, header);
+  if (fchmod(file_.get(), kFileMode) != 0) return ResultFromErrno(errno);
+  AvoidCopyOnWrite(file_);
+  superblock_ = MakeSuperblock(format, first_sequence);
+  const std::uint64_t length = InitialLength(superblock_);
+  RecordFileResult result = AllocateSpace(file_, 0, length);
+  if (result < 0) return result;
+  Medium medium;
+  result = medium.Open(file_, 0, length, Access::kWrite, Way::kByCalls);
+  if (result < 0) return result;
+  const StatePage state = MakeState(first_sequence, 0);
+  result = medium.Write(kSuperblockAOffset, &superblock_, sizeof superblock_);
+  if (result < 0) return result;
+  result = medium.Write(kSuperblockBOffset, &superblock_, sizeof superblock_);
+  return result < 0 ? result : medium.Write(kStateOffset, &state, sizeof state);
 }
 
-RecordFileResult Publish(const std::string& temporary, const std::string& path,
-                         Predecessor predecessor) {
+RecordFileResult Creation::Publish(Predecessor predecessor, Descriptor* file) {
+  if (FlushFile(file_) != 0) return ResultFromErrno(errno);
+  RecordFileResult result = Rename(predecessor);
+  if (result < 0) return result;
+  result = FlushFolderOf(path_);
+  Descriptor published = std::move(file_);
+  file_ = Descriptor();
+  if (result == kRecordFileOk) *file = std::move(published);
+  return result;
+}
+
+RecordFileResult Creation::Rename(Predecessor predecessor) {
   const unsigned int flags = predecessor == Predecessor::kNone ? RENAME_NOREPLACE : 0;
-  if (renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), flags) == 0) {
+  if (renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), flags) == 0) {
     return kRecordFileOk;
   }
   if (errno == EEXIST) return kUnsettled;
   return errno == EINVAL ? kReplaceRefused : ResultFromErrno(errno);
 }
 
-}  // namespace
-
 RecordFileResult CreateRecordFile(const std::string& path, const RecordFormat& format,
                                   Predecessor predecessor, Descriptor* file) {
-  const std::string temporary = path + ".~new";
-  Descriptor created;
-  RecordFileResult result = OpenTemporary(temporary, &created);
+  Creation creation(path);
+  RecordFileResult result = creation.Begin(format, 0);
   if (result < 0) return result;
-  result = Fill(created, format);
-  if (result == kRecordFileOk) result = Publish(temporary, path, predecessor);
-  if (result < 0) {
-    unlink(temporary.c_str());
-    return result;
-  }
-  *file = std::move(created);
-  return kRecordFileOk;
+  const std::uint64_t length = InitialLength(creation.superblock());
+  result = creation.Publish(predecessor, file);
+  // Nobody reads these pages yet, and nothing depends on when they reach the disk.
+  if (result == kRecordFileOk) WriteZeros(*file, kCellsOffset, length);
+  return result;
 }
+
+void RemoveLeftover(const std::string& path) { RemoveTemporary(path + ".~new"); }
 
 RecordFileResult AllocateSpace(const Descriptor& file, std::uint64_t offset, std::uint64_t length) {
   int error = EINTR;
@@ -105,6 +148,19 @@ RecordFileResult AllocateSpace(const Descriptor& file, std::uint64_t offset, std
   // Some file systems keep what they found before they ran out.
   const bool restored = ftruncate(file.get(), static_cast<off_t>(offset)) == 0;
   return restored ? ResultFromErrno(error) : kSystemError;
+}
+
+void WriteZeros(const Descriptor& file, std::uint64_t begin, std::uint64_t end) {
+  constexpr std::uint64_t kPieceBytes = 1U << 18U;
+  const std::vector<char> zeros(kPieceBytes);
+  end = std::min(end, begin + kZerosAtMost);
+  while (begin < end) {
+    const ssize_t got = pwrite(file.get(), zeros.data(), std::min(kPieceBytes, end - begin),
+                               static_cast<off_t>(begin));
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) return;
+    begin += static_cast<std::uint64_t>(got);
+  }
 }
 
 }  // namespace packetdb::host

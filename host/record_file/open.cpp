@@ -4,6 +4,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "host/record_file/trust.h"
+
 namespace packetdb::host {
 namespace {
 
@@ -39,15 +41,18 @@ RecordFileResult OpenLocked(const std::string& path, Access access, Descriptor* 
   Descriptor opened;
   RecordFileResult result = OpenUnlocked(path, access, &opened);
   if (result < 0) return result;
-  result = Lock(opened, access);
-  if (result < 0) return result;
-  if (!Names(path, opened)) return kUnsettled;
+  if (access == Access::kWrite) {
+    result = RequireOurs(path, opened);
+    if (result == kRecordFileOk) result = Lock(opened);
+    if (result == kRecordFileOk && !Names(path, opened)) result = kUnsettled;
+    if (result < 0) return result;
+  }
   *file = std::move(opened);
   return kRecordFileOk;
 }
 
-RecordFileResult Lock(const Descriptor& file, Access access) {
-  if (SetLock(file, access == Access::kWrite ? F_WRLCK : F_RDLCK) == 0) return kRecordFileOk;
+RecordFileResult Lock(const Descriptor& file) {
+  if (SetLock(file, F_WRLCK) == 0) return kRecordFileOk;
   return errno == EACCES ? kInUse : ResultFromErrno(errno);
 }
 

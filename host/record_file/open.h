@@ -1,8 +1,7 @@
-// Opening what is at a path, and who may have it open at the same time.
+// Opening what is at a path, and who may change it.
 //
-// A writer holds an exclusive lock on the file, a reader a shared one, both for as long as the file
-// is open: readers and a writer exclude each other. The locks belong to the open file, so two
-// objects of one process exclude each other as well.
+// A writer holds an exclusive lock on the file for as long as it is open; readers take none. The
+// lock belongs to the open file, so two writers of one process exclude each other as well.
 #pragma once
 
 #include <string>
@@ -18,12 +17,12 @@ enum class Access { kRead, kWrite };
 // other end, and without any lock.
 RecordFileResult OpenUnlocked(const std::string& path, Access access, Descriptor* file);
 
-// Opens and locks the file at `path`. kUnsettled: the name came to mean another file before the
-// lock was ours; worth another try.
+// Opens the file at `path`; for writing also makes sure that it is ours to write to, and locks it.
+// kUnsettled: the name came to mean another file before the lock was ours; worth another try.
 RecordFileResult OpenLocked(const std::string& path, Access access, Descriptor* file);
 
-// Takes the lock that `access` calls for, without waiting: kInUse when somebody else's excludes it.
-RecordFileResult Lock(const Descriptor& file, Access access);
+// Takes the writer's lock, without waiting: kInUse when somebody else has it.
+RecordFileResult Lock(const Descriptor& file);
 
 // Gives the lock back, also when a forked process still has a copy of the descriptor.
 void Unlock(const Descriptor& file);

@@ -1,133 +1,158 @@
 #include "host/record_file/open_file.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <syslog.h>
 #include <utility>
 
-#include "host/record_file/create.h"
-#include "host/record_file/layout.h"
+#include "host/record_file/open_or_create.h"
+#include "host/record_file/resize.h"
+#include "host/record_file/settings.h"
 #include "platform/log.h"
 
 namespace packetdb::host {
 namespace {
 
-// How often we follow a name that other processes keep giving to new files.
-constexpr int kAttempts = 16;
-
-RecordFileResult Create(const OpenRequest& request, Predecessor predecessor, Descriptor* file) {
-  if (request.asks_for_none) return kBadCapacity;
-  return CreateRecordFile(request.path, request.format, predecessor, file);
+bool IsAskedFor(const FileFacts& facts, const OpenRequest& request) {
+  return request.any_format || (facts.format.magic == request.format.magic &&
+                                facts.format.record_size == request.format.record_size);
 }
 
-// The lock on a file that is to be replaced is held until the new one is in its place.
-RecordFileResult OpenOrCreateOnce(const OpenRequest& request, Descriptor* file) {
-  Descriptor existing;
-  const RecordFileResult result = OpenLocked(request.path, request.access, &existing);
-  if (result == kMissing && (request.create_anew || request.create_missing)) {
-    return Create(request, Predecessor::kNone, file);
-  }
-  if (result < 0) return result;
-  if (request.create_anew) return Create(request, Predecessor::kLocked, file);
-  *file = std::move(existing);
-  return kRecordFileOk;
+// Who asks for no bound, or for nothing, takes the file as it is.
+bool AsksForOtherCapacity(const FileFacts& facts, const OpenRequest& request) {
+  return request.access == Access::kWrite && request.format.capacity != 0 &&
+         request.format.capacity != facts.format.capacity;
 }
 
-RecordFileResult OpenOrCreate(const OpenRequest& request, Descriptor* file) {
-  RecordFileResult result = kUnsettled;
-  for (int i = 0; i < kAttempts && result == kUnsettled; ++i) {
-    result = OpenOrCreateOnce(request, file);
-  }
+// Nobody but us can be the writer of a file that we have locked.
+RecordFileResult LookForWriter(const Descriptor& file, Access access, OtherWriter* writer) {
+  bool is_there = false;
+  const RecordFileResult result =
+      access == Access::kRead ? FindWriter(file, &is_there) : kRecordFileOk;
+  *writer = is_there ? OtherWriter::kAtWork : OtherWriter::kNone;
   return result;
-}
-
-RecordFileResult Compare(const FileFacts& facts, const OpenRequest& request) {
-  if (facts.format.magic != request.format.magic) return kOtherFormat;
-  if (facts.format.record_size != request.format.record_size) return kOtherFormat;
-  if (request.access == Access::kRead) return kRecordFileOk;
-  const bool same = facts.format.capacity == request.format.capacity && !request.asks_for_none;
-  return same ? kRecordFileOk : kOtherCapacity;
-}
-
-// Without a caller to tell: closing has no result.
-void FlushOrReport(const Descriptor& file, const std::string& path) {
-  if (fdatasync(file.get()) == 0) return;
-  const std::string text =
-      path + ": the last records may not be on the disk: " + std::strerror(errno);
-  slput(LOG_ERR, text.c_str());
 }
 
 }  // namespace
 
-OpenFile::~OpenFile() {
-  if (!file_.IsOpen()) return;
-  if (access_ == Access::kWrite) FlushOrReport(file_, path_);
-  Unlock(file_);
-}
-
 RecordFileResult OpenFile::Open(const OpenRequest& request) {
+  path_ = request.path;
   Descriptor file;
-  const RecordFileResult result = OpenOrCreate(request, &file);
-  return result < 0 ? result : Attach(std::move(file), request);
+  RecordFileResult result = OpenOrCreate(request, &file);
+  if (result == kRecordFileOk) result = Attach(std::move(file), request);
+  if (result == kRecordFileOk && AsksForOtherCapacity(facts_, request)) result = Resize(request);
+  return result;
 }
 
 RecordFileResult OpenFile::Attach(Descriptor file, const OpenRequest& request) {
-  FileFacts facts;
-  RecordFileResult result = Inspect(file, &facts);
+  // Before the state is read: a writer that comes later only adds to what the page says.
+  OtherWriter other = OtherWriter::kNone;
+  RecordFileResult result = LookForWriter(file, request.access, &other);
+  if (result == kRecordFileOk) result = Inspect(file, &facts_);
+  if (result == kRecordFileOk && !IsAskedFor(facts_, request)) result = kOtherFormat;
   if (result < 0) return result;
-  if (!IsPlausibleRedo(facts.geometry, facts.next, facts.redo)) return kDamagedState;
-  result = Compare(facts, request);
-  if (result < 0) return result;
-  result = mapping_.Map(file, facts.length, request.access);
-  if (result < 0) return result;
-  ring_ = Ring(mapping_.data(), facts.geometry, facts.next);
-  access_ = request.access;
-  result = Recover(facts);
-  if (result < 0) return result;
-  path_ = request.path;
   file_ = std::move(file);
-  return kRecordFileOk;
+  geometry_ = facts_.geometry;
+  const Way way = GetRecordFileSettings().by_calls ? Way::kByCalls : BestWay(file_);
+  result = medium_.Open(file_, 0, FileLength(geometry_), request.access, way);
+  if (result < 0) return result;
+  const Look look = GetRecordFileSettings().verify_at_opening ? Look::kThorough : Look::kQuick;
+  Recovered recovered;
+  result = Recover(medium_, geometry_, facts_.state, other, look, &recovered);
+  if (result < 0) return result;
+  recovered_next_ = recovered.next;
+  view_.emplace(medium_, geometry_, recovered.holes);
+  if (request.access == Access::kWrite) result = StartWriter(recovered, way);
+  if (result == kRecordFileOk) UpdateWindow();
+  return result;
 }
 
-RecordFileResult OpenFile::Recover(const FileFacts& facts) {
-  if (facts.redo == kNoRedo) return kRecordFileOk;
-  if (access_ == Access::kWrite) {
-    ring_.CopyRedoToSlot(facts.redo);
-    ring_.Disarm();
-    return kRecordFileOk;
-  }
-  const std::uint64_t offset = ring_.SlotOffset(facts.redo - 1);
-  const RecordFileResult result = mapping_.AllowPrivateChanges(offset, facts.geometry.record_size);
-  if (result == kRecordFileOk) ring_.CopyRedoToSlot(facts.redo);
+RecordFileResult OpenFile::StartWriter(const Recovered& recovered, Way way) {
+  writer_.emplace(path_, file_, medium_, geometry_, facts_, recovered);
+  const RecordFileResult result = writer_->Start(way, GetRecordFileSettings().sync, recovered);
+  // What was begun is begun again by the next writer: nothing is to be noted as closed.
+  if (result < 0) writer_.reset();
   return result;
 }
 
 int OpenFile::Append(const void* record) {
-  if (access_ != Access::kWrite) return kReadOnlyFile;
-  if (!ring_.HasRoom()) {
-    if (const RecordFileResult result = MakeRoom(); result < 0) return result;
-  }
-  return ring_.Append(record);
+  return writer_ ? writer_->Append(record) : kReadOnlyFile;
 }
 
 int OpenFile::Overwrite(int ticket, const void* record) {
-  if (access_ != Access::kWrite) return kReadOnlyFile;
-  return ring_.Overwrite(ticket, record);
+  if (!writer_) return kReadOnlyFile;
+  std::uint64_t sequence = 0;
+  const RecordFileResult result = writer_->Overwrite(ticket, record, &sequence);
+  if (result == kRecordFileOk) view_->Heal(sequence);
+  return result;
 }
 
-RecordFileResult OpenFile::MakeRoom() {
-  const Geometry& geometry = ring_.geometry();
-  if (geometry.slot_count >= kMaxRecords) return kTooManyRecords;
-  const std::uint64_t slots =
-      std::min(geometry.slot_count + GrowthSlots(geometry.slot_size), kMaxRecords);
-  const std::uint64_t now = FileLength(geometry, geometry.slot_count);
-  const std::uint64_t length = FileLength(geometry, slots);
-  RecordFileResult result = AllocateSpace(file_, now, length - now);
-  if (result < 0) return result;
-  result = mapping_.Grow(length);
-  if (result == kRecordFileOk) ring_.Rebase(mapping_.data(), slots);
-  return result;
+int OpenFile::Read(int position, void* record) {
+  if (writer_) UpdateWindow();
+  return view_->Read(position, record);
+}
+
+int OpenFile::ReadMany(int position, void* records, int count) {
+  if (writer_) UpdateWindow();
+  return view_->ReadMany(position, records, count);
+}
+
+int OpenFile::Count() {
+  UpdateWindow();
+  if (view_->HasMetDamage()) {
+    const std::vector<std::uint64_t> damaged = view_->SkipDamage();
+    if (writer_ && !damaged.empty()) writer_->NoteDamage(damaged, view_->Holes());
+  }
+  return view_->Count();
+}
+
+void OpenFile::UpdateWindow() {
+  if (writer_) {
+    view_->SetWindow(LiveWindow(geometry_, writer_->next()));
+    return;
+  }
+  const std::uint64_t stated = medium_.LoadWord(kNextOffset);
+  // What a dead writer left there was right or was found wrong. Only a living one changes it.
+  const bool is_new = stated != facts_.state.next && IsPlausibleNext(geometry_, stated);
+  view_->SetWindow(LiveWindow(geometry_, is_new ? stated : recovered_next_));
+}
+
+RecordFileResult OpenFile::Resize(const OpenRequest& request) {
+  Descriptor file;
+  RecordFileResult result = BuildResizedFile(request, &file);
+  // Skipping what it met: damage is no reason to keep the file as it is.
+  if (result == kDamagedRecord) result = BuildResizedFile(request, &file);
+  if (result < 0) {
+    const std::string text = path_ + ": still keeps " + std::to_string(facts_.format.capacity) +
+                             " records, not " + std::to_string(request.format.capacity) + ": " +
+                             std::string(DescribeRecordFileResult(result));
+    slput(LOG_WARNING, text.c_str());
+    return kRecordFileOk;
+  }
+  // The old file has lost its name; what is noted in it is of no use to anybody.
+  writer_.reset();
+  view_.reset();
+  medium_ = Medium();
+  return Attach(std::move(file), request);
+}
+
+RecordFileResult OpenFile::BuildResizedFile(const OpenRequest& request, Descriptor* file) {
+  const auto count = static_cast<std::uint64_t>(Count());
+  Inheritance from;
+  from.next = writer_->next();
+  from.count = std::min(count, request.format.capacity);
+  from.state = writer_->state();
+  from.state.overwritten_before += from.next - geometry_.first_sequence - from.count;
+  const std::uint64_t dropped = count - from.count;
+  from.read = [this, dropped](std::uint64_t i, void* record) {
+    return view_->Read(static_cast<int>(dropped + i), record);
+  };
+  return BuildResized(path_, request.format, from, file);
+}
+
+void OpenFile::Close() {
+  if (writer_) writer_->Close(view_->Holes());
+  writer_.reset();
+  if (file_.IsOpen()) Unlock(file_);
 }
 
 }  // namespace packetdb::host

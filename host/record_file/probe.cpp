@@ -1,23 +1,24 @@
 #include "host/record_file/probe.h"
 
-#include "host/record_file/inspect.h"
-#include "host/record_file/open.h"
+#include "host/record_file/open_file.h"
+#include "host/record_file/result.h"
 
 namespace packetdb::host {
 
 int ProbeRecordFile(const std::string& path, RecordFileInfo* out) {
-  Descriptor file;
-  RecordFileResult result = OpenUnlocked(path, Access::kRead, &file);
+  OpenRequest request;
+  request.path = path;
+  request.any_format = true;
+  OpenFile file;
+  const RecordFileResult result = file.Open(request);
   if (result < 0) return result;
-  FileFacts facts;
-  result = Inspect(file, &facts);
-  if (result < 0) return result;
-  *out = {.layout_version = facts.layout_version,
-          .record_size = facts.format.record_size,
-          .capacity = facts.format.capacity,
-          .next = facts.next,
-          .records = LiveRecords(facts.geometry, facts.next),
-          .magic = facts.format.magic};
+  const auto records = static_cast<std::uint64_t>(file.Count());
+  *out = {.layout_version = file.facts().layout_version,
+          .record_size = file.facts().format.record_size,
+          .capacity = file.facts().format.capacity,
+          .next = file.next(),
+          .records = records,
+          .magic = file.facts().format.magic};
   return kRecordFileOk;
 }
 

@@ -38,13 +38,12 @@ int CDbFile::AppendRecord(const void* record) {
 
 int CDbFile::ReadRecord(int index, void* record) {
   if (!m_Impl->file) return host::kNotOpen;
-  return record == nullptr ? host::kNoBuffer : m_Impl->file->ring().Read(index, record);
+  return record == nullptr ? host::kNoBuffer : m_Impl->file->Read(index, record);
 }
 
 int CDbFile::ReadRecords(int first, void* records, int count) {
   if (!m_Impl->file) return host::kNotOpen;
-  return records == nullptr ? host::kNoBuffer
-                            : m_Impl->file->ring().ReadMany(first, records, count);
+  return records == nullptr ? host::kNoBuffer : m_Impl->file->ReadMany(first, records, count);
 }
 
 int CDbFile::WriteRecord(int index, const void* record) {
@@ -56,4 +55,4 @@ void CDbFile::Done() { m_Impl->file.reset(); }
 
 std::string CDbFile::GetFilePath() const { return m_Impl->path; }
 
-int CDbFile::RecordCount() const { return m_Impl->file ? m_Impl->file->ring().Count() : 0; }
+int CDbFile::RecordCount() const { return m_Impl->file ? m_Impl->file->Count() : 0; }

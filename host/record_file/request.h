@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "host/record_file/header.h"
+#include "host/record_file/geometry.h"
 #include "host/record_file/open.h"
 #include "host/record_file/result.h"
 
@@ -16,6 +16,7 @@ struct OpenRequest {
   bool create_anew = false;
   bool create_missing = false;
   bool asks_for_none = false;  // the caller wants room for no records: good for no creation
+  bool any_format = false;     // takes a file of any magic and record size
 };
 
 // The arguments are those of CDbFile::Init. `request` is untouched on failure.

@@ -17,9 +17,8 @@ enum RecordFileResult : int {
   kBadMode = -103,         // a mode with unknown bits, or with bits that contradict each other
   kBadPath = -104,         // an empty path, one with a NUL, or one that is too long
   kBadMagic = -105,        // a missing magic or one longer than 127 bytes
-  kBadRecordSize = -106,   // a record size of 0 or beyond 1 MiB
+  kBadRecordSize = -106,   // a record size of 0 or beyond 504
   kBadCapacity = -107,     // creation with room for no records
-  kOtherCapacity = -108,   // a sound file that keeps another number of records
   kBadTicket = -109,       // a ticket that is negative
   kDeadTicket = -110,      // a ticket whose record is gone or was never there
   kBadPosition = -111,     // a position outside 0 .. RecordCount() - 1
@@ -36,17 +35,25 @@ enum RecordFileResult : int {
   kIsSymlink = -126,       // a symbolic link, which is never followed
   kNotRegular = -127,      // a FIFO, socket or device
   kReplaceRefused = -128,  // the file system cannot put a new file into place atomically
+  // For writing, because somebody else could have put it there or change it.
+  kForeignOwner = -118,      // it belongs to another user
+  kWritableByOthers = -119,  // its mode lets group or others write
+  kLinkedElsewhere = -120,   // it has other names, in a folder where others can make names
 
   // What is in the file.
   kEmptyFile = -131,
   kNotARecordFile = -132,     // no signature
   kTruncatedFile = -133,      // shorter than its header says
   kOverlongFile = -134,       // longer than its header says
-  kDamagedHeader = -135,      // the header's checksum is wrong
+  kDamagedHeader = -135,      // both superblocks are damaged
   kOtherByteOrder = -136,     // made by a machine of the other byte order
   kUnsupportedLayout = -137,  // a layout version or flag that this program does not know
   kAbsurdHeader = -138,       // numbers that contradict each other under a good checksum
-  kDamagedState = -139,       // a commit word or redo word that no writer leaves behind
+
+  // A record of an open file.
+  kDamagedRecord = -151,  // it should be there, and is not: torn, rotted or never flushed
+  kRecordGone = -152,     // a writer has overwritten it since the records were counted
+  kFileLost = -153,       // the file was cut or could not be read while it was open
 
   // The system.
   kNoSpace = -141,       // no room on the disk or in the quota

@@ -1,63 +1,58 @@
-// The records of a mapped file: where each one is, and in which order bytes change.
+// The writer's side of the slots: where the next record goes, and in which order bytes change.
 //
 // A kill stops the process between two machine instructions, and everything stored until then is in
 // the file. So the order of the stores is all that recovery can rely on, and the ring keeps two
 // promises by it. A record that was not committed is not there: its slot is outside the live
 // records until the commit word moves. A record that is being overwritten has a complete new copy
-// beside it, in the redo record, for as long as its slot may be torn.
+// in the redo sector for as long as its slot may be torn.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
-#include "host/record_file/header.h"
+#include "host/record_file/geometry.h"
+#include "host/record_file/medium.h"
 #include "host/record_file/result.h"
 
 namespace packetdb::host {
 
 class Ring {
  public:
-  Ring() = default;
+  // `medium` is open for writing over the whole file, and outlives the ring; so does `geometry`.
+  // `next` is plausible for it.
+  Ring(Medium& medium, const Geometry& geometry, std::uint64_t next, std::uint64_t merges)
+      : medium_(medium), geometry_(geometry), next_(next), merges_(merges) {}
 
-  // `base` is the start of the mapped file; `next` is plausible for the geometry. All addresses
-  // come from these numbers, never from memory that somebody else could change.
-  Ring(std::byte* base, const Geometry& geometry, std::uint64_t next);
+  std::uint64_t next() const { return next_; }
+  std::uint64_t merges() const { return merges_; }
 
-  // The file has moved in memory and has `slot_count` slots now.
-  void Rebase(std::byte* base, std::uint64_t slot_count);
+  // False when a file without a bound must grow before the next append.
+  bool HasRoom() const {
+    return geometry_.capacity != 0 || next_ - geometry_.first_sequence < geometry_.slot_count;
+  }
 
-  // False when an unbounded file must grow before the next append.
-  bool HasRoom() const;
-  const Geometry& geometry() const { return geometry_; }
-  int Count() const;
-
-  // Writers only, and with room. Returns the ticket.
+  // Only with room. Returns the ticket, or a failure of the medium with nothing appended.
   int Append(const void* record);
 
-  // Writers only. kBadTicket or kDeadTicket change nothing.
-  RecordFileResult Overwrite(int ticket, const void* record);
+  // The sequence number that a ticket names: kBadTicket or kDeadTicket for one that names none.
+  RecordFileResult Find(int ticket, std::uint64_t* sequence) const;
 
-  RecordFileResult Read(int position, void* record) const;
+  // Replaces the record `sequence`, which is live.
+  RecordFileResult Overwrite(std::uint64_t sequence, const void* record);
 
-  // Returns how many records were read: fewer than asked only at the newest.
-  int ReadMany(int position, void* records, int count) const;
+  // Completes the overwrite whose frame the redo sector holds: that of `sequence`. Harmless when
+  // repeated.
+  RecordFileResult CompleteRedo(std::uint64_t sequence);
 
-  // Completes the overwrite that the redo word `redo` (plausible, not kNoRedo) tells of. Needs
-  // write access to the slot. Harmless when repeated.
-  void CopyRedoToSlot(std::uint64_t redo);
-  // Ends the overwrite; for a writer, after CopyRedoToSlot.
-  void Disarm();
-
-  std::uint64_t SlotOffset(std::uint64_t sequence) const;
+  // Stores the commit word again, for a file whose own is behind or ahead.
+  RecordFileResult StoreNext() { return medium_.StoreWord(kNextOffset, next_); }
 
  private:
-  std::uint64_t Live() const { return LiveRecords(geometry_, next_); }
-  std::byte* Slot(std::uint64_t sequence) const { return base_ + SlotOffset(sequence); }
-  void Arm(std::uint64_t sequence, const void* record);
-
-  std::byte* base_ = nullptr;
-  Geometry geometry_;
-  std::uint64_t next_ = 0;
+  Medium& medium_;
+  const Geometry& geometry_;
+  std::uint64_t next_;
+  std::uint64_t merges_;
+  bool is_unfinished_ = false;  // the last overwrite failed within its slot
+  std::uint64_t unfinished_ = 0;
 };
 
 }  // namespace packetdb::host

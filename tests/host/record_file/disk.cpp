@@ -7,7 +7,8 @@
 #include <gtest/gtest.h>
 #include <stdexcept>
 
-#include "host/record_file/header.h"
+#include "host/record_file/state.h"
+#include "host/record_file/superblock.h"
 
 namespace packetdb::host {
 
@@ -45,38 +46,53 @@ void WriteBytes(const std::string& path, const Bytes& bytes) {
   if (!file.flush()) throw std::runtime_error("cannot write " + path);
 }
 
-HeaderPage HeaderOf(const Bytes& bytes) {
-  HeaderPage header = {};
-  std::memcpy(&header, bytes.data(), sizeof header);
-  return header;
+Superblock SuperblockOf(const Bytes& bytes) {
+  Superblock block = {};
+  std::memcpy(&block, bytes.data(), sizeof block);
+  return block;
 }
 
-StateWords StateOf(const Bytes& bytes) {
-  StateWords state = {};
+StatePage StateOf(const Bytes& bytes) {
+  StatePage state = {};
   std::memcpy(&state, bytes.data() + kStateOffset, sizeof state);
   return state;
 }
 
-void PutHeader(const HeaderPage& header, Bytes* bytes) {
-  std::memcpy(bytes->data(), &header, sizeof header);
+void PutSuperblock(const Superblock& block, Bytes* bytes) {
+  std::memcpy(bytes->data() + kSuperblockAOffset, &block, sizeof block);
+  std::memcpy(bytes->data() + kSuperblockBOffset, &block, sizeof block);
 }
 
-void PutSoundHeader(HeaderPage header, Bytes* bytes) {
-  header.checksum = HeaderChecksum(header);
-  PutHeader(header, bytes);
+void PutSoundSuperblock(Superblock block, Bytes* bytes) {
+  block.checksum = ChecksumOf(block);
+  PutSuperblock(block, bytes);
 }
 
-void PutState(const StateWords& state, Bytes* bytes) {
+void PutState(const StatePage& state, Bytes* bytes) {
   std::memcpy(bytes->data() + kStateOffset, &state, sizeof state);
+}
+
+void PutSoundState(StatePage state, Bytes* bytes) {
+  state.checksum = ChecksumOf(state);
+  PutState(state, bytes);
 }
 
 void StartAt(const std::string& path, std::uint64_t first) {
   Bytes bytes = ReadBytes(path);
-  HeaderPage header = HeaderOf(bytes);
-  StateWords state = StateOf(bytes);
+  Superblock block = SuperblockOf(bytes);
+  StatePage state = StateOf(bytes);
   state.next = first;
-  header.first_sequence = first;
-  PutSoundHeader(header, &bytes);
+  state.synced = first;
+  block.first_sequence = first;
+  PutSoundSuperblock(block, &bytes);
+  PutSoundState(state, &bytes);
+  WriteBytes(path, bytes);
+}
+
+void MoveToOtherBoot(const std::string& path) {
+  Bytes bytes = ReadBytes(path);
+  StatePage state = StateOf(bytes);
+  state.boot_id[0] ^= 0xFFU;
   PutState(state, &bytes);
   WriteBytes(path, bytes);
 }

@@ -34,14 +34,18 @@ class Disk {
 Bytes ReadBytes(const std::string& path);
 void WriteBytes(const std::string& path, const Bytes& bytes);
 
-// The structures at the front of a file's bytes.
-HeaderPage HeaderOf(const Bytes& bytes);
-StateWords StateOf(const Bytes& bytes);
-void PutHeader(const HeaderPage& header, Bytes* bytes);  // as it is
-void PutSoundHeader(HeaderPage header, Bytes* bytes);    // with its checksum recomputed
-void PutState(const StateWords& state, Bytes* bytes);
+// The structures at the front of a file's bytes. Both superblocks are the same in a sound file.
+Superblock SuperblockOf(const Bytes& bytes);  // the first
+StatePage StateOf(const Bytes& bytes);
+void PutSuperblock(const Superblock& block, Bytes* bytes);  // both copies, as it is
+void PutSoundSuperblock(Superblock block, Bytes* bytes);    // with its checksum recomputed
+void PutState(const StatePage& state, Bytes* bytes);        // as it is
+void PutSoundState(StatePage state, Bytes* bytes);          // with its checksum recomputed
 
 // Makes the first append to a closed and empty file get the sequence number `first`.
 void StartAt(const std::string& path, std::uint64_t first);
+
+// Makes a file that was not closed look as if the machine had been started since.
+void MoveToOtherBoot(const std::string& path);
 
 }  // namespace packetdb::host

@@ -1,0 +1,26 @@
+#include "host/record_file/folder.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "host/record_file/descriptor.h"
+
+namespace packetdb::host {
+
+std::string FolderOf(const std::string& path) {
+  const std::size_t slash = path.find_last_of('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+RecordFileResult FlushFolderOf(const std::string& path) {
+  const Descriptor folder(open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!folder.IsOpen()) return ResultFromErrno(errno);
+  int result = fsync(folder.get());
+  while (result != 0 && errno == EINTR) result = fsync(folder.get());
+  const bool is_done = result == 0 || errno == EINVAL;
+  return is_done ? kRecordFileOk : ResultFromErrno(errno);
+}
+
+}  // namespace packetdb::host

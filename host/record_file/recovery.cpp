@@ -1,0 +1,139 @@
+#include "host/record_file/recovery.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "host/record_file/frame_reader.h"
+#include "host/record_file/full_pass.h"
+#include "host/record_file/state.h"
+
+namespace packetdb::host {
+namespace {
+
+// How many of the newest records are looked at when only a process died. All are there then; but a
+// file system that was shut down and mounted again within one boot looks the same, and lost what
+// was not flushed.
+constexpr std::uint64_t kTail = 4096;
+
+class Recovery {
+ public:
+  Recovery(const Medium& medium, const Geometry& geometry, const StatePage& state)
+      : medium_(medium), geometry_(geometry), state_(state), reader_(medium, geometry) {}
+
+  // The state page is right.
+  RecordFileResult Believe(Look look, Recovered* out) {
+    out->next = state_.next;
+    out->is_as_stated = true;
+    if (look == Look::kQuick && state_.known_holes == 0) return kRecordFileOk;
+    const RecordFileResult result =
+        FindHoles(medium_, geometry_, LiveWindow(geometry_, state_.next), &out->holes);
+    out->is_as_stated = out->holes.size() == state_.known_holes;
+    CountLosses(out);
+    NoteRedo(LiveWindow(geometry_, out->next), out);
+    return result;
+  }
+
+  // Nothing but the process is gone: every store that it made is there. At most one append has a
+  // frame and was not committed, and at most one overwrite is half done. False when the file does
+  // not look like that.
+  bool TryAfterProcessDeath(Recovered* out) {
+    if (!IsPlausibleNext(geometry_, state_.next)) return false;
+    std::uint64_t next = state_.next;
+    while (HasRoomFor(next) && reader_.SlotHas(next)) ++next;
+    const Window live = LiveWindow(geometry_, next);
+    const std::uint64_t begin =
+        std::max({live.begin, std::min(state_.synced, live.end), live.end - Least(kTail, live)});
+    const std::uint64_t tail = std::min(begin, live.end - Least(1, live));
+    for (std::uint64_t sequence = tail; sequence < live.end; ++sequence) {
+      if (!reader_.SlotHas(sequence) && !reader_.RedoHas(sequence)) return false;
+    }
+    out->next = next;
+    NoteRedo(live, out);
+    return !medium_.IsLost();
+  }
+
+  RecordFileResult Search(Recovered* out) {
+    PassResult pass;
+    for (const std::uint64_t hint : Hints()) {
+      const RecordFileResult result = PassOver(medium_, geometry_, hint, &pass);
+      if (result < 0) return result;
+      if (pass.found_any) break;
+    }
+    out->searched = true;
+    out->next = pass.found_any ? pass.newest + 1 : geometry_.first_sequence;
+    out->holes = std::move(pass.holes);
+    CountLosses(out);
+    NoteRedo(LiveWindow(geometry_, out->next), out);
+    return kRecordFileOk;
+  }
+
+ private:
+  static std::uint64_t Least(std::uint64_t count, const Window& window) {
+    return std::min(count, window.size());
+  }
+
+  bool HasRoomFor(std::uint64_t next) const {
+    return next < kMaxSequence - 1 && IsPlausibleNext(geometry_, next + 1);
+  }
+
+  // Frames hold half of their numbers. Any of these words may be damaged, but not all of them.
+  std::array<std::uint64_t, 3> Hints() const {
+    return {state_.next, state_.synced, geometry_.first_sequence};
+  }
+
+  // Numbers that had holes before are counted again only when nobody knew of them.
+  void CountLosses(Recovered* out) const {
+    const auto flushed = static_cast<std::uint64_t>(
+        std::lower_bound(out->holes.begin(), out->holes.end(), state_.synced) - out->holes.begin());
+    out->damaged = flushed - std::min(flushed, state_.known_holes);
+    out->lost_unsynced = out->holes.size() - flushed;
+    const bool is_plausible = IsPlausibleNext(geometry_, state_.next);
+    if (is_plausible && state_.next > out->next) out->lost_unsynced += state_.next - out->next;
+  }
+
+  void NoteRedo(const Window& live, Recovered* out) const {
+    FrameBuffer frame;
+    if (medium_.Read(kRedoOffset, frame.data(), geometry_.frame_size) < 0) return;
+    const std::uint64_t sequence =
+        NearestSequence(live.end, LowSequenceOf(geometry_, frame.data()));
+    if (!IsFrameOf(geometry_, sequence, frame.data())) {
+      out->is_redo_torn = !IsNeverWritten(geometry_, frame.data());
+      return;
+    }
+    out->redo_sequence = sequence;
+    out->has_redo = live.Contains(sequence) && !reader_.SlotHas(sequence);
+  }
+
+  const Medium& medium_;
+  const Geometry& geometry_;
+  const StatePage& state_;
+  FrameReader reader_;
+};
+
+}  // namespace
+
+RecordFileResult Recover(const Medium& medium, const Geometry& geometry, const StatePage& state,
+                         OtherWriter writer, Look look, Recovered* out) {
+  Recovery recovery(medium, geometry, state);
+  Recovered recovered;
+  RecordFileResult result = kRecordFileOk;
+  const bool is_plausible = IsPlausibleNext(geometry, state.next);
+  // A writer that is still finding out what the machine lost has not said so yet.
+  const bool is_believed =
+      IsSoundlyClosed(state) || (writer == OtherWriter::kAtWork && IsOfThisBoot(state));
+  if (is_believed && is_plausible) {
+    result = recovery.Believe(look, &recovered);
+  } else {
+    const bool can_be_quick = IsOfThisBoot(state) && state.state == kOpen && state.known_holes == 0;
+    if (!can_be_quick || !recovery.TryAfterProcessDeath(&recovered)) {
+      recovered = {};
+      result = recovery.Search(&recovered);
+    }
+  }
+  if (medium.IsLost()) return kFileLost;
+  if (result == kRecordFileOk) *out = std::move(recovered);
+  return result;
+}
+
+}  // namespace packetdb::host

@@ -1,0 +1,103 @@
+#include "host/record_file/resize.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+#include "host/record_file/create.h"
+#include "host/record_file/frame.h"
+#include "host/record_file/medium.h"
+#include "host/record_file/state.h"
+#include "host/record_file/superblock.h"
+
+namespace packetdb::host {
+namespace {
+
+// Whole cells are written, many at a time: the new file is not in use yet, and is flushed at the
+// end.
+class CellWriter {
+ public:
+  CellWriter(Medium& medium, const Geometry& geometry)
+      : medium_(medium), geometry_(geometry), piece_(kPieceBytes) {}
+
+  RecordFileResult Add(std::uint64_t sequence, const void* record) {
+    const std::uint64_t offset = OffsetOf(geometry_, sequence);
+    if (offset < begin_ || offset + geometry_.frame_size > begin_ + piece_.size()) {
+      if (const RecordFileResult result = Flush(); result < 0) return result;
+      begin_ = offset / kCellSize * kCellSize;
+    }
+    SealFrame(geometry_, record, sequence, piece_.data() + (offset - begin_));
+    used_ = std::max(used_, offset - begin_ + geometry_.frame_size);
+    return kRecordFileOk;
+  }
+
+  // Between its frames, a piece is zeros, as the new file is.
+  RecordFileResult Flush() {
+    const RecordFileResult result = medium_.Write(begin_, piece_.data(), used_);
+    std::fill_n(piece_.begin(), used_, std::byte{0});
+    used_ = 0;
+    return result;
+  }
+
+ private:
+  static constexpr std::uint64_t kPieceBytes = 1U << 18U;
+
+  Medium& medium_;
+  const Geometry& geometry_;
+  std::vector<std::byte> piece_;
+  std::uint64_t begin_ = 0;
+  std::uint64_t used_ = 0;
+};
+
+RecordFileResult CopyRecords(const Inheritance& from, const Geometry& geometry, Medium& medium) {
+  CellWriter writer(medium, geometry);
+  FrameBuffer record;
+  for (std::uint64_t i = 0; i < from.count; ++i) {
+    RecordFileResult result = from.read(i, record.data());
+    if (result == kRecordFileOk) result = writer.Add(geometry.first_sequence + i, record.data());
+    if (result < 0) return result;
+  }
+  return writer.Flush();
+}
+
+StatePage InheritedState(const Inheritance& from) {
+  StatePage state = MakeState(from.next, from.state.overwritten_before);
+  state.generation = from.state.generation;
+  state.damaged = from.state.damaged;
+  state.lost_unsynced = from.state.lost_unsynced;
+  state.checksum = ChecksumOf(state);
+  return state;
+}
+
+RecordFileResult Fill(const Inheritance& from, const Creation& creation) {
+  const std::uint64_t length = InitialLength(creation.superblock());
+  Geometry geometry;
+  RecordFileResult result = FitToLength(creation.superblock(), length, &geometry);
+  Medium medium;
+  if (result == kRecordFileOk) {
+    // A file without a bound begins with room for what it is given.
+    if (geometry.capacity == 0 && geometry.slot_count < from.count) {
+      const std::uint64_t more = FileLength(from.count, geometry.frames_per_cell);
+      result = AllocateSpace(creation.file(), length, more - length);
+      if (result < 0) return result;
+      geometry.slot_count = from.count;
+    }
+    result = medium.Open(creation.file(), 0, length, Access::kWrite, Way::kByCalls);
+  }
+  if (result == kRecordFileOk) result = CopyRecords(from, geometry, medium);
+  const StatePage state = InheritedState(from);
+  return result < 0 ? result : medium.Write(kStateOffset, &state, sizeof state);
+}
+
+}  // namespace
+
+RecordFileResult BuildResized(const std::string& path, const RecordFormat& format,
+                              const Inheritance& from, Descriptor* file) {
+  Creation creation(path);
+  RecordFileResult result = creation.Begin(format, from.next - from.count);
+  if (result < 0) return result;
+  result = Fill(from, creation);
+  return result < 0 ? result : creation.Publish(Predecessor::kLocked, file);
+}
+
+}  // namespace packetdb::host

@@ -1,0 +1,105 @@
+#include "host/record_file/sync.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <syslog.h>
+#include <system_error>
+#include <unistd.h>
+
+#include "host/record_file/layout.h"
+#include "platform/log.h"
+
+namespace packetdb::host {
+namespace {
+
+int FlushData(const Descriptor& file) {
+  int result = fdatasync(file.get());
+  while (result != 0 && errno == EINTR) result = fdatasync(file.get());
+  return result;
+}
+
+}  // namespace
+
+RecordFileResult Syncer::Start(const Descriptor& file, Way way, const SyncPolicy& policy,
+                               const std::string& path) {
+  path_ = path;
+  file_ = Descriptor(fcntl(file.get(), F_DUPFD_CLOEXEC, 0));
+  if (!file_.IsOpen()) return ResultFromErrno(errno);
+  const RecordFileResult result = state_.Open(file_, kStateOffset, kPageSize, Access::kWrite, way);
+  if (result < 0) return result;
+  flushed_next_ = state_.LoadWord(kSyncedOffset);
+  flushed_merges_ = state_.LoadWord(kMergesSyncedOffset);
+  if (policy.mode != SyncMode::kPeriodic) return kRecordFileOk;
+  try {
+    thread_ = std::thread([this, interval = policy.interval] { Run(interval); });
+  } catch (const std::system_error& error) {
+    return ResultFromErrno(error.code().value());
+  }
+  return kRecordFileOk;
+}
+
+void Syncer::Nudge() {
+  {
+    const std::lock_guard lock(mutex_);
+    nudged_ = true;
+  }
+  wake_.notify_one();
+}
+
+void Syncer::Stop() {
+  if (!thread_.joinable()) return;
+  {
+    const std::lock_guard lock(mutex_);
+    stops_ = true;
+  }
+  wake_.notify_one();
+  thread_.join();
+}
+
+void Syncer::Run(std::chrono::milliseconds interval) {
+  while (Wait(interval) && FlushWhatIsNew() == kRecordFileOk) {
+  }
+}
+
+// False when it is time to stop.
+bool Syncer::Wait(std::chrono::milliseconds interval) {
+  std::unique_lock lock(mutex_);
+  wake_.wait_for(lock, interval, [this] { return stops_ || nudged_; });
+  nudged_ = false;
+  return !stops_;
+}
+
+RecordFileResult Syncer::FlushWhatIsNew() {
+  const bool is_new = state_.LoadWord(kNextOffset) != flushed_next_ ||
+                      state_.LoadWord(kMergesOffset) != flushed_merges_;
+  return is_new ? Flush() : kRecordFileOk;
+}
+
+RecordFileResult Syncer::Flush() {
+  if (HasFailed()) return kSystemError;
+  const std::uint64_t next = state_.LoadWord(kNextOffset);
+  const std::uint64_t merges = state_.LoadWord(kMergesOffset);
+  if (FlushData(file_) != 0) {
+    const int error = errno;
+    Fail(error);
+    return ResultFromErrno(error);
+  }
+  flushed_next_ = next;
+  flushed_merges_ = merges;
+  // A failure leaves them behind, which is on the safe side.
+  state_.StoreWord(kSyncedOffset, next);
+  state_.StoreWord(kMergesSyncedOffset, merges);
+  return kRecordFileOk;
+}
+
+void Syncer::Fail(int error) {
+  has_failed_.store(true, std::memory_order_relaxed);
+  const std::uint32_t failed = kFailed;
+  state_.Write(kStateOffset + offsetof(StatePage, state), &failed, sizeof failed);
+  const std::string text =
+      path_ + ": records cannot be flushed to the disk (" + std::generic_category().message(error) +
+      "); they are kept, and survive this process, but a power cut would take them";
+  slput(LOG_ERR, text.c_str());
+}
+
+}  // namespace packetdb::host

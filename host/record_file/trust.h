@@ -1,0 +1,21 @@
+// Whether a file is ours to change.
+#pragma once
+
+#include <string>
+
+#include "host/record_file/descriptor.h"
+#include "host/record_file/result.h"
+
+namespace packetdb::host {
+
+// What somebody else could have put at the path, or can change while we write, is not written to:
+// kForeignOwner unless the open file belongs to this process's user, or
+// this is the superuser and file and folder belong to one user; kWritableByOthers when its
+// mode lets others write; kLinkedElsewhere when it has other names, unless its folder is one that
+// nobody else can put names into.
+RecordFileResult RequireOurs(const std::string& path, const Descriptor& file);
+
+// Nobody but us, and the superuser, can put names into the folder of `path`.
+bool IsOurFolder(const std::string& path);
+
+}  // namespace packetdb::host

@@ -1,0 +1,221 @@
+#include "host/record_file/writer.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <syslog.h>
+
+#include "host/record_file/create.h"
+#include "host/record_file/layout.h"
+#include "host/record_file/state.h"
+#include "platform/log.h"
+
+namespace packetdb::host {
+namespace {
+
+std::uint64_t ChangesIn(std::uint64_t bytes, const Geometry& geometry) {
+  return std::max<std::uint64_t>(1, bytes / geometry.frame_size);
+}
+
+std::string Records(std::uint64_t count) {
+  return std::to_string(count) + (count == 1 ? " record" : " records");
+}
+
+}  // namespace
+
+Writer::Writer(const std::string& path, const Descriptor& file, Medium& medium, Geometry& geometry,
+               const FileFacts& facts, const Recovered& recovered)
+    : path_(path),
+      file_(file),
+      medium_(medium),
+      geometry_(geometry),
+      superblock_(facts.superblock),
+      has_both_superblocks_(facts.has_both_superblocks),
+      ring_(medium, geometry, recovered.next, facts.state.merges),
+      state_(facts.state) {}
+
+RecordFileResult Writer::Start(Way way, const SyncPolicy& policy, const Recovered& recovered) {
+  policy_ = policy;
+  changes_until_nudge_ = ChangesIn(policy.bytes, geometry_);
+  RecordFileResult result = syncer_.Start(file_, way, policy, path_);
+  if (result == kRecordFileOk && !has_both_superblocks_) result = RestoreSuperblocks();
+  if (result == kRecordFileOk && !recovered.is_as_stated) result = Repair(recovered);
+  return result;
+}
+
+// Stopped anywhere, it is begun again by the next writer, and finds what it found.
+RecordFileResult Writer::Repair(const Recovered& recovered) {
+  TellOfLosses(recovered);
+  RecordFileResult result = kRecordFileOk;
+  if (recovered.has_redo) result = ring_.CompleteRedo(recovered.redo_sequence);
+  if (result == kRecordFileOk) result = ClearUnused(recovered);
+  if (result == kRecordFileOk) result = ring_.StoreNext();
+  if (result == kRecordFileOk && state_.state == kFailed) result = RewriteCells();
+  if (result < 0) return result;
+  state_.generation += recovered.searched ? 1 : 0;
+  state_.damaged += recovered.damaged;
+  state_.lost_unsynced += recovered.lost_unsynced;
+  state_.known_holes = recovered.holes.size();
+  return MarkOpen();
+}
+
+// What is of no use is zeros, so that a later look can tell damage from it.
+RecordFileResult Writer::ClearUnused(const Recovered& recovered) {
+  const std::array<std::byte, kPageSize> zeros = {};
+  const auto clear = [&](std::uint64_t begin, std::uint64_t end) {
+    return medium_.Write(kStateOffset + begin, zeros.data(), end - begin);
+  };
+  constexpr std::uint64_t kRedo = offsetof(StatePage, redo);
+  state_.writer_padding = {};
+  state_.sync_padding = {};
+  state_.reserved_word = 0;
+  state_.reserved_sector = {};
+  state_.reserved = {};
+  RecordFileResult result = clear(offsetof(StatePage, writer_padding), offsetof(StatePage, synced));
+  if (result == kRecordFileOk) {
+    result = clear(offsetof(StatePage, sync_padding), offsetof(StatePage, state));
+  }
+  if (result == kRecordFileOk) {
+    result = clear(offsetof(StatePage, reserved_sector), kRedo);
+  }
+  if (result < 0) return result;
+  return clear(recovered.is_redo_torn ? kRedo : kRedo + geometry_.frame_size, kChecksumOffset);
+}
+
+// The damaged copy is made anew from the intact one.
+RecordFileResult Writer::RestoreSuperblocks() {
+  Report(LOG_WARNING, "one of the two superblocks was damaged and is made anew");
+  RecordFileResult result = medium_.Write(kSuperblockBOffset, &superblock_, sizeof superblock_);
+  Medium::Fence();
+  if (result == kRecordFileOk) {
+    result = medium_.Write(kSuperblockAOffset, &superblock_, sizeof superblock_);
+  }
+  return result;
+}
+
+// After a failed flush the kernel takes pages for clean that never reached the disk. Stored again,
+// they are written again.
+RecordFileResult Writer::RewriteCells() {
+  std::vector<std::byte> piece(std::uint64_t{1} << 20U);
+  const std::uint64_t end = FileLength(geometry_);
+  for (std::uint64_t begin = kCellsOffset; begin < end; begin += piece.size()) {
+    const std::uint64_t size = std::min<std::uint64_t>(piece.size(), end - begin);
+    RecordFileResult result = medium_.Read(begin, piece.data(), size);
+    if (result == kRecordFileOk) result = medium_.Write(begin, piece.data(), size);
+    if (result < 0) return result;
+  }
+  return kRecordFileOk;
+}
+
+void Writer::TellOfLosses(const Recovered& recovered) const {
+  if (recovered.damaged != 0) {
+    Report(LOG_ERR, Records(recovered.damaged) + " found damaged; packetdb check tells where");
+  }
+  if (recovered.lost_unsynced != 0) {
+    Report(LOG_WARNING, Records(recovered.lost_unsynced) +
+                            " not flushed to the disk before the machine stopped, and lost");
+  }
+}
+
+// On the disk before anything else changes there: else a power cut could leave a page that says
+// closed over records that are not.
+RecordFileResult Writer::MarkOpen() {
+  MarkOpened(kOpen, &state_);
+  const RecordFileResult result = StoreFacts(state_, medium_);
+  if (result < 0) return result;
+  is_marked_ = true;
+  // A failure has been reported, and does not stop a journal that can still outlive this process.
+  static_cast<void>(syncer_.Flush());
+  return kRecordFileOk;
+}
+
+RecordFileResult Writer::BeginChange() {
+  if (medium_.IsLost()) return kFileLost;
+  return is_marked_ ? kRecordFileOk : MarkOpen();
+}
+
+int Writer::Append(const void* record) {
+  RecordFileResult result = BeginChange();
+  if (result == kRecordFileOk && !ring_.HasRoom()) result = MakeRoom();
+  return result < 0 ? result : AfterChange(ring_.Append(record));
+}
+
+RecordFileResult Writer::Overwrite(int ticket, const void* record, std::uint64_t* sequence) {
+  RecordFileResult result = ring_.Find(ticket, sequence);
+  if (result == kRecordFileOk) result = BeginChange();
+  if (result < 0) return result;
+  return static_cast<RecordFileResult>(AfterChange(ring_.Overwrite(*sequence, record)));
+}
+
+int Writer::AfterChange(int result) {
+  if (medium_.IsLost()) return kFileLost;
+  if (result < 0) return result;
+  if (--changes_until_nudge_ == 0) {
+    changes_until_nudge_ = ChangesIn(policy_.bytes, geometry_);
+    syncer_.Nudge();
+  }
+  // A flush that fails is told of once; the record is kept all the same.
+  if (policy_.mode == SyncMode::kEach) static_cast<void>(syncer_.Flush());
+  return result;
+}
+
+RecordFileResult Writer::MakeRoom() {
+  if (geometry_.slot_count >= kMaxRecords) return kTooManyRecords;
+  Geometry larger = geometry_;
+  larger.slot_count =
+      std::min(geometry_.slot_count + GrowthSlots(geometry_.frames_per_cell), kMaxRecords);
+  const std::uint64_t now = FileLength(geometry_);
+  const std::uint64_t length = FileLength(larger);
+  RecordFileResult result = AllocateSpace(file_, now, length - now);
+  if (result < 0) return result;
+  result = medium_.Grow(length);
+  if (result == kRecordFileOk) geometry_ = larger;
+  return result;
+}
+
+void Writer::NoteDamage(const std::vector<std::uint64_t>& sequences, std::uint64_t holes) {
+  for (const std::uint64_t sequence : sequences) {
+    Report(LOG_ERR, "record " + std::to_string(sequence) + " at byte " +
+                        std::to_string(OffsetOf(geometry_, sequence)) + " is damaged");
+  }
+  state_.damaged += sequences.size();
+  state_.known_holes = holes;
+  // Not noted is found again.
+  if (BeginChange() == kRecordFileOk) static_cast<void>(StoreDamage(state_, medium_));
+}
+
+void Writer::Close(std::uint64_t holes) {
+  syncer_.Stop();
+  if (medium_.IsLost()) {
+    Report(LOG_ERR, "the file was cut or could not be read while it was open");
+    return;
+  }
+  if (!is_marked_) return;
+  state_.known_holes = holes;
+  if (syncer_.Flush() == kRecordFileOk && MarkClosed() == kRecordFileOk) {
+    static_cast<void>(syncer_.Flush());
+  }
+}
+
+// Everything else of the file is on the disk by now.
+RecordFileResult Writer::MarkClosed() {
+  StatePage page = {};
+  const RecordFileResult result = medium_.Read(kStateOffset, &page, sizeof page);
+  if (result < 0) return result;
+  const StatePage words = page;
+  page = state_;
+  page.next = words.next;
+  page.merges = words.merges;
+  page.synced = words.synced;
+  page.merges_synced = words.merges_synced;
+  page.redo = words.redo;
+  page.state = kClosed;
+  page.checksum = ChecksumOf(page);
+  return StoreFacts(page, medium_);
+}
+
+void Writer::Report(int priority, const std::string& text) const {
+  slput(priority, (path_ + ": " + text).c_str());
+}
+
+}  // namespace packetdb::host
