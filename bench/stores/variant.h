@@ -2,7 +2,7 @@
 // benchmark is one template and no store pays for a virtual call that the others do not:
 //
 //   Store(path, options)         makes an empty store; everything throws std::runtime_error
-//   void Fill(count)             appends records 0 .. count - 1 by the fastest way that it has
+//   void Fill(count)             appends at least `count` records by the fastest way that it has
 //   void Append(record)
 //   void Overwrite(position, record)
 //   void Read(position, record)

@@ -41,12 +41,18 @@ std::string FileSystemOf(const std::string& path) {
   struct statfs status = {};
   if (statfs(path.c_str(), &status) != 0) return "unknown";
   switch (static_cast<long>(status.f_type)) {
-    case EXT4_SUPER_MAGIC: return "ext4";
-    case TMPFS_MAGIC: return "tmpfs";
-    case BTRFS_SUPER_MAGIC: return "btrfs";
-    case kXfsMagic: return "xfs";
-    case OVERLAYFS_SUPER_MAGIC: return "overlay";
-    default: return fmt::format("{:#x}", static_cast<unsigned long>(status.f_type));
+    case EXT4_SUPER_MAGIC:
+      return "ext4";
+    case TMPFS_MAGIC:
+      return "tmpfs";
+    case BTRFS_SUPER_MAGIC:
+      return "btrfs";
+    case kXfsMagic:
+      return "xfs";
+    case OVERLAYFS_SUPER_MAGIC:
+      return "overlay";
+    default:
+      return fmt::format("{:#x}", static_cast<unsigned long>(status.f_type));
   }
 }
 

@@ -26,7 +26,8 @@ class Scratch {
   int paths_ = 0;
 };
 
-// The type of the file system that `path` is on, as statfs names it: "ext4", "tmpfs", or its number.
+// The type of the file system that `path` is on, as statfs names it: "ext4", "tmpfs", or its
+// number.
 std::string FileSystemOf(const std::string& path);
 
 }  // namespace packetdb::bench
