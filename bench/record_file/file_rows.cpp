@@ -115,6 +115,7 @@ void AddOpenings(Rows& rows, const Full& journal) {
       {"open to write, after a clean close", NoAccident, kWrite, false},
       {"open to read, after a clean close", NoAccident, kRead, false},
       {"open to write, after the writer was killed", KillWriter, kWrite, false},
+      {"open to read, after the writer was killed", KillWriter, kRead, false},
       {"recover after a power cut, file in memory", KilledWriterAndPower, kWrite, true},
       {"recover after a power cut, file on the disk", ColdStart, kWrite, true},
   };
