@@ -221,6 +221,7 @@ void KillsByDefault(const std::string& folder, Verdict* verdict) {
   // The kernel does not let a fault be ignored.
   verdict->Require(SignalOf(touch(SIG_IGN)) == SIGBUS, "a fault elsewhere kills when ignored");
   const int sent = SignalOf([&folder] {
+    std::signal(SIGBUS, SIG_DFL);
     LoseOne(folder);
     DrivenJournal journal(folder + "/other", kCapacity);
     MakeWrapped(journal);
