@@ -14,6 +14,9 @@
 namespace packetdb::host {
 namespace {
 
+// By name, of those that are found at once: a file that was cut has lost them by the thousand.
+constexpr std::size_t kDamagedTold = 3;
+
 std::uint64_t ChangesIn(std::uint64_t bytes, const Geometry& geometry) {
   return std::max<std::uint64_t>(1, bytes / geometry.frame_size);
 }
@@ -176,9 +179,14 @@ RecordFileResult Writer::MakeRoom() {
 }
 
 void Writer::NoteDamage(const std::vector<std::uint64_t>& sequences, std::uint64_t holes) {
-  for (const std::uint64_t sequence : sequences) {
-    Report(LOG_ERR, "record " + std::to_string(sequence) + " at byte " +
-                        std::to_string(OffsetOf(geometry_, sequence)) + " is damaged");
+  const std::size_t told = std::min(sequences.size(), kDamagedTold);
+  for (std::size_t i = 0; i < told; ++i) {
+    Report(LOG_ERR, "record " + std::to_string(sequences[i]) + " at byte " +
+                        std::to_string(OffsetOf(geometry_, sequences[i])) + " is damaged");
+  }
+  if (told < sequences.size()) {
+    Report(LOG_ERR,
+           Records(sequences.size() - told) + " more found damaged; packetdb check tells where");
   }
   state_.damaged += sequences.size();
   state_.known_holes = holes;

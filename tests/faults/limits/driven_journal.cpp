@@ -105,19 +105,22 @@ bool DrivenJournal::JudgeOpen(const std::string& when, CDbFile& file, Verdict* v
   return wrong == kNone;
 }
 
-std::uint64_t DrivenJournal::JudgeWhatIsLeft(const std::string& when, CDbFile& file,
-                                             Verdict* verdict) const {
-  std::uint64_t handed_out = 0;
+DrivenJournal::Left DrivenJournal::JudgeWhatIsLeft(const std::string& when, CDbFile& file,
+                                                   Verdict* verdict) const {
+  Left left;
   const int count = file.RecordCount();
   for (int position = 0; position < count; ++position) {
     Record record = {};
-    if (file.ReadRecord(position, record.data()) < 0) continue;
-    ++handed_out;
+    if (const int result = file.ReadRecord(position, record.data()); result < 0) {
+      left.refusal = result;
+      continue;
+    }
+    ++left.handed_out;
     const std::uint64_t number = NumberOf(record);
     verdict->Require(number < versions_.size() && IsRight(record, number),
                      fmt::format("{}: position {} is a record that was written", when, position));
   }
-  return handed_out;
+  return left;
 }
 
 std::uint64_t DrivenJournal::FirstWrong(CDbFile& file) const {

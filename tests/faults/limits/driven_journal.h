@@ -58,9 +58,12 @@ class DrivenJournal {
   // Requires that `file` shows exactly what was acknowledged now. Returns whether it does.
   bool JudgeOpen(const std::string& when, CDbFile& file, Verdict* verdict);
 
-  // Requires that whatever `file` hands out now is a record that was acknowledged. Returns how many
-  // it hands out.
-  std::uint64_t JudgeWhatIsLeft(const std::string& when, CDbFile& file, Verdict* verdict) const;
+  // Requires that whatever `file` hands out now is a record that was acknowledged.
+  struct Left {
+    std::uint64_t handed_out = 0;
+    int refusal = 0;  // the last one; 0: none
+  };
+  Left JudgeWhatIsLeft(const std::string& when, CDbFile& file, Verdict* verdict) const;
 
  private:
   using Record = std::array<std::uint64_t, kRecordSize / sizeof(std::uint64_t)>;

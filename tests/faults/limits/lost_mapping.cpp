@@ -51,7 +51,7 @@ void RequireWriterRefused(const std::string& when, DrivenJournal& journal, Verdi
 // How many records are handed out when all are asked for, one by one and all at once.
 std::uint64_t ReadAll(const std::string& when, DrivenJournal& journal, CDbFile& file,
                       Verdict* verdict) {
-  const std::uint64_t handed_out = journal.JudgeWhatIsLeft(when, file, verdict);
+  const std::uint64_t handed_out = journal.JudgeWhatIsLeft(when, file, verdict).handed_out;
   std::vector<char> records(kLargeCapacity * kRecordSize);
   const int got = file.ReadRecords(0, records.data(), static_cast<int>(kLargeCapacity));
   verdict->Require(got <= static_cast<int>(handed_out),
@@ -221,6 +221,7 @@ void KillsByDefault(const std::string& folder, Verdict* verdict) {
   // The kernel does not let a fault be ignored.
   verdict->Require(SignalOf(touch(SIG_IGN)) == SIGBUS, "a fault elsewhere kills when ignored");
   const int sent = SignalOf([&folder] {
+    std::signal(SIGBUS, SIG_DFL);
     LoseOne(folder);
     DrivenJournal journal(folder + "/other", kCapacity);
     MakeWrapped(journal);

@@ -93,8 +93,8 @@ int Close(DrivenJournal& journal, Verdict*) {
 int Read(DrivenJournal& journal, Verdict* verdict) {
   CDbFile reader;
   const int result = reader.Init(journal.path(), kMagic, kRecordSize, kSmallCapacity, kModeRead);
-  if (result >= 0) journal.JudgeOpen("read by another", reader, verdict);
-  return result;
+  if (result < 0) return result;
+  return journal.JudgeWhatIsLeft("read by another", reader, verdict).refusal;
 }
 
 int Reread(DrivenJournal& journal, Verdict* verdict) {

@@ -145,15 +145,21 @@ void TryWithMoreAndMore(const Limit& limit, const Operation& operation, const Op
              2 * options.steps + 1);
 }
 
-Outcome RunTrials(const Options& options, const Common& common) {
+void RunTrials(const Limit& limit, const Options& options, const Common& common, Verdict* verdict) {
+  for (const Operation& operation : Operations()) {
+    const auto trial = [&](Verdict& found) {
+      TryWithMoreAndMore(limit, operation, options, common.directory, &found);
+    };
+    RunTrial(operation.name + " within a limit of " + limit.name, trial, verdict);
+  }
+}
+
+Outcome RunAll(const Options& options, const Common& common) {
   Verdict verdict;
-  for (const Limit& limit : Limits(options)) {
-    for (const Operation& operation : Operations()) {
-      const auto trial = [&](Verdict& found) {
-        TryWithMoreAndMore(limit, operation, options, common.directory, &found);
-      };
-      RunTrial(operation.name + " within a limit of " + limit.name, trial, &verdict);
-    }
+  for (const Way& way : Ways()) {
+    host::SetRecordFileSettings(way.settings);
+    fmt::print("{}:\n", way.name);
+    for (const Limit& limit : Limits(options)) RunTrials(limit, options, common, &verdict);
   }
   return {verdict.broken(), fmt::format("{} promises looked at", verdict.looked_at())};
 }
@@ -169,6 +175,6 @@ int main(int argc, char** argv) {
     app.add_option("--steps", options->steps, "limits tried between nothing and enough")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
-    return [options](const Common& common) { return RunTrials(*options, common); };
+    return [options](const Common& common) { return RunAll(*options, common); };
   });
 }

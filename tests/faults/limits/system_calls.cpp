@@ -13,8 +13,10 @@
 #include <pthread.h>
 #include <string_view>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace packetdb::faults {
@@ -158,6 +160,25 @@ int fcntl(int file, int command, ...) {
   va_end(arguments);
   static auto* const next = Next<int(int, int, ...)>("fcntl");
   return faults::Call("fcntl", next, file, command, argument);
+}
+
+int ioctl(int file, unsigned long request, ...) noexcept {
+  va_list arguments;
+  va_start(arguments, request);
+  void* const argument = va_arg(arguments, void*);
+  va_end(arguments);
+  static auto* const next = Next<int(int, unsigned long, ...)>("ioctl");
+  return faults::Call("ioctl", next, file, request, argument);
+}
+
+off_t lseek(int file, off_t offset, int from) noexcept {
+  static auto* const next = Next<off_t(int, off_t, int)>("lseek");
+  return faults::Call<off_t>("lseek", next, file, offset, from);
+}
+
+int fstatfs(int file, struct statfs* status) noexcept {
+  static auto* const next = Next<int(int, struct statfs*)>("fstatfs");
+  return faults::Call("fstatfs", next, file, status);
 }
 
 int fstat(int file, struct stat* status) noexcept {
