@@ -43,10 +43,12 @@ class OpenFile {
 
  private:
   RecordFileResult Attach(Descriptor file, const OpenRequest& request);
+  RecordFileResult FindOut(Access access, Recovered* recovered);
   RecordFileResult StartWriter(const Recovered& recovered, Way way);
   RecordFileResult Resize(const OpenRequest& request);
   RecordFileResult BuildResizedFile(const OpenRequest& request, Descriptor* file);
   void UpdateWindow();
+  void FollowGrowth(std::uint64_t* next);
   void Close();
 
   std::string path_;
