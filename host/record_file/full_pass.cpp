@@ -64,15 +64,6 @@ class Laps {
   std::vector<std::uint8_t> laps_;
 };
 
-// Whether the frame in this slot is that of a record behind `next`. Most are told by their number
-// alone.
-bool IsBehind(const Geometry& geometry, std::uint64_t next, std::uint64_t slot,
-              const std::byte* frame) {
-  const std::uint64_t sequence = NearestSequence(next, LowSequenceOf(geometry, frame));
-  return sequence > next && sequence < kMaxSequence && SlotOf(geometry, sequence) == slot &&
-         IsFrameOf(geometry, sequence, frame);
-}
-
 class Pass {
  public:
   Pass(const Medium& medium, const Geometry& geometry, std::uint64_t hint)
@@ -145,22 +136,6 @@ class Pass {
 RecordFileResult PassOver(const Medium& medium, const Geometry& geometry, std::uint64_t hint,
                           PassResult* out) {
   return Pass(medium, geometry, hint).Run(out);
-}
-
-RecordFileResult FindNewer(const Medium& medium, const Geometry& geometry, std::uint64_t next,
-                           bool* found) {
-  Cells cells(medium, geometry);
-  const std::uint64_t per_cell = geometry.frames_per_cell;
-  const std::uint64_t own_cell = SlotOf(geometry, next) / per_cell;
-  *found = false;
-  for (std::uint64_t slot = 0; slot < geometry.slot_count && !*found;) {
-    const std::byte* const frame = cells.Frame(slot);
-    if (frame == nullptr) break;
-    *found = IsBehind(geometry, next, slot, frame);
-    // Its own cell may begin with older frames.
-    slot += slot / per_cell == own_cell ? 1 : per_cell - slot % per_cell;
-  }
-  return cells.result();
 }
 
 RecordFileResult FindHoles(const Medium& medium, const Geometry& geometry, const Window& window,

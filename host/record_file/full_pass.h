@@ -21,11 +21,6 @@ struct PassResult {
 RecordFileResult PassOver(const Medium& medium, const Geometry& geometry, std::uint64_t hint,
                           PassResult* out);
 
-// Tells whether any frame is of a record behind `next`. Of each sector only one frame is looked at:
-// records are appended in order, and a sector gets to the disk as a whole.
-RecordFileResult FindNewer(const Medium& medium, const Geometry& geometry, std::uint64_t next,
-                           bool* found);
-
 // The live numbers of `window` without a record, ascending.
 RecordFileResult FindHoles(const Medium& medium, const Geometry& geometry, const Window& window,
                            std::vector<std::uint64_t>* holes);

@@ -36,16 +36,11 @@ class Recovery {
 
   // Nothing but the process is gone: every store that it made is there. At most one append has a
   // frame and was not committed, and at most one overwrite is half done. False when the file does
-  // not look like that: a file system that was shut down and mounted again within one boot may have
-  // a newer state page than records, or newer records than state page. The latter would come back
-  // one day, and may have taken the slots of records that the old state page still counts.
+  // not look like that.
   bool TryAfterProcessDeath(Recovered* out) {
     if (!IsPlausibleNext(geometry_, state_.next)) return false;
     std::uint64_t next = state_.next;
-    if (HasRoomFor(next) && reader_.SlotHas(next)) ++next;
-    bool has_newer = false;
-    if (FindNewer(medium_, geometry_, next, &has_newer) < 0 || has_newer) return false;
-    if (IsRedoNewer(next)) return false;
+    while (HasRoomFor(next) && reader_.SlotHas(next)) ++next;
     const Window live = LiveWindow(geometry_, next);
     const std::uint64_t begin =
         std::max({live.begin, std::min(state_.synced, live.end), live.end - Least(kTail, live)});
@@ -95,16 +90,6 @@ class Recovery {
     out->lost_unsynced = out->holes.size() - flushed;
     const bool is_plausible = IsPlausibleNext(geometry_, state_.next);
     if (is_plausible && state_.next > out->next) out->lost_unsynced += state_.next - out->next;
-  }
-
-  // Whether the redo sector holds a record that was not appended yet: only what is there is
-  // overwritten.
-  bool IsRedoNewer(std::uint64_t next) const {
-    FrameBuffer frame;
-    if (medium_.Read(kRedoOffset, frame.data(), geometry_.frame_size) < 0) return false;
-    const std::uint64_t sequence = NearestSequence(next, LowSequenceOf(geometry_, frame.data()));
-    return sequence >= next && sequence < kMaxSequence &&
-           IsFrameOf(geometry_, sequence, frame.data());
   }
 
   void NoteRedo(const Window& live, Recovered* out) const {
