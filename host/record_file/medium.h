@@ -76,6 +76,7 @@ class Medium {
   // Keeps what was written before ahead of what is written behind.
   static void Fence() { std::atomic_signal_fence(std::memory_order_seq_cst); }
 
+  int file() const { return fd_; }
   // Null when the file is not mapped.
   const std::byte* mapped() const { return base_; }
   bool IsLost() const { return guard_.IsLost(); }

@@ -6,6 +6,7 @@
 
 #include "host/record_file/frame_reader.h"
 #include "host/record_file/full_pass.h"
+#include "host/record_file/inode_mark.h"
 #include "host/record_file/state.h"
 
 namespace packetdb::host {
@@ -125,7 +126,9 @@ RecordFileResult Recover(const Medium& medium, const Geometry& geometry, const S
   if (is_believed && is_plausible) {
     result = recovery.Believe(look, &recovered);
   } else {
-    const bool can_be_quick = IsOfThisBoot(state) && state.state == kOpen && state.known_holes == 0;
+    // A file system that was shut down and mounted again within one boot lost what was not flushed.
+    const bool is_in_memory = IsOfThisBoot(state) && IsInodeMarked(medium.file());
+    const bool can_be_quick = is_in_memory && state.state == kOpen && state.known_holes == 0;
     if (!can_be_quick || !recovery.TryAfterProcessDeath(&recovered)) {
       recovered = {};
       result = recovery.Search(&recovered);

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "host/record_file/create.h"
+#include "host/record_file/inode_mark.h"
 #include "host/record_file/layout.h"
 #include "host/record_file/state.h"
 #include "platform/log.h"
@@ -129,6 +130,8 @@ RecordFileResult Writer::MarkOpen() {
   const RecordFileResult result = StoreFacts(state_, medium_);
   if (result < 0) return result;
   is_marked_ = true;
+  // From here on the page says what every store since the file system was mounted has made.
+  MarkInode(file_.get());
   // A failure has been reported, and does not stop a journal that can still outlive this process.
   static_cast<void>(syncer_->Flush());
   return kRecordFileOk;

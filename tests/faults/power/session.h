@@ -95,7 +95,7 @@ class Session {
   const std::unique_ptr<Subject> subject_;
   std::unique_ptr<SectorHistory> sectors_;  // none before a new journal is there
   Promise promise_;
-  Versions ever_;  // the last that there ever was, also if a power cut took it
+  Versions ever_;                  // the last that there ever was, also if a power cut took it
   std::uint32_t flush_every_ = 0;  // operations, on average
   std::uint32_t close_every_ = 0;
   bool is_known_ = false;  // what the journal holds: it was opened
