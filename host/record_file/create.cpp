@@ -74,8 +74,8 @@ RecordFileResult Creation::Begin(const RecordFormat& format, std::uint64_t first
 RecordFileResult Creation::Open() {
   RecordFileResult result = RemoveTemporary(temporary_);
   if (result < 0) return result;
-  Descriptor opened(open(temporary_.c_str(),
-                         O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY, kFileMode));
+  Descriptor opened = OpenDescriptor(
+      temporary_, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY, kFileMode);
   if (!opened.IsOpen()) return errno == EEXIST ? kUnsettled : ResultFromErrno(errno);
   result = Lock(opened);
   // Between the two calls another creation may have taken the file for a leftover. Then it holds

@@ -6,6 +6,7 @@
 #include <syslog.h>
 #include <utility>
 
+#include "host/record_file/open.h"
 #include "host/record_file/open_or_create.h"
 #include "host/record_file/resize.h"
 #include "host/record_file/settings.h"
@@ -163,6 +164,9 @@ RecordFileResult OpenFile::Resize(const OpenRequest& request) {
   RecordFileResult result = BuildResizedFile(request, &file);
   // Skipping what it met: damage is no reason to keep the file as it is.
   if (result == kDamagedRecord) result = BuildResizedFile(request, &file);
+  // The last step may fail when the new file has the name already. What was appended to the old one
+  // from then on would be lost with it.
+  if (result < 0 && !Names(path_, file_)) return result;
   if (result < 0) {
     const std::string text = path_ + ": still keeps " + std::to_string(facts_.format.capacity) +
                              " records, not " + std::to_string(request.format.capacity) + ": " +

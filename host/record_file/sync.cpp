@@ -76,20 +76,23 @@ RecordFileResult Syncer::FlushWhatIsNew() {
 }
 
 RecordFileResult Syncer::Flush() {
-  if (HasFailed()) return kSystemError;
   const std::uint64_t next = state_.LoadWord(kNextOffset);
   const std::uint64_t merges = state_.LoadWord(kMergesOffset);
-  if (FlushData(file_) != 0) {
-    const int error = errno;
-    Fail(error);
-    return ResultFromErrno(error);
-  }
+  if (const RecordFileResult result = FlushUnnoted(); result < 0) return result;
   flushed_next_ = next;
   flushed_merges_ = merges;
   // A failure leaves them behind, which is on the safe side.
   state_.StoreWord(kSyncedOffset, next);
   state_.StoreWord(kMergesSyncedOffset, merges);
   return kRecordFileOk;
+}
+
+RecordFileResult Syncer::FlushUnnoted() {
+  if (HasFailed()) return kSystemError;
+  if (FlushData(file_) == 0) return kRecordFileOk;
+  const int error = errno;
+  Fail(error);
+  return ResultFromErrno(error);
 }
 
 void Syncer::Fail(int error) {

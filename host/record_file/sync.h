@@ -42,6 +42,9 @@ class Syncer {
   // Flushes in the calling thread, which is that of the writer.
   RecordFileResult Flush();
 
+  // The same, but notes nothing when it succeeds: the page has a checksum by now.
+  RecordFileResult FlushUnnoted();
+
   bool HasFailed() const { return has_failed_.load(std::memory_order_relaxed); }
 
  private:

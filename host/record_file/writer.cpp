@@ -193,7 +193,7 @@ void Writer::Close(std::uint64_t holes) {
   if (!is_marked_) return;
   state_.known_holes = holes;
   if (syncer_.Flush() == kRecordFileOk && MarkClosed() == kRecordFileOk) {
-    static_cast<void>(syncer_.Flush());
+    static_cast<void>(syncer_.FlushUnnoted());
   }
 }
 

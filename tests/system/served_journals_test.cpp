@@ -63,6 +63,21 @@ TEST(ServedJournalsTest, DamagedJournalIsReportedAndOthersAreServed) {
   EXPECT_THAT(Ask(daemon.socket(), QueryOf("edge")).rows, SizeIs(1));
 }
 
+// Where the frame of a record lies in a journal: six frames of 80 bytes in each cell of 512.
+std::streamoff ByteOfRecord(int record) { return 12288 + record / 6 * 512 + record % 6 * 80; }
+
+TEST(ServedJournalsTest, DamagedRecordsAreMissingFromAnAnswerAndNothingElseIs) {
+  const TemporaryDirectory journals;
+  std::vector<SeenEvent> events;
+  for (std::uint32_t i = 0; i < 20; ++i) events.push_back(EventAt(i));
+  Journal(journals.path(), "edge", events);
+  for (const int record : {3, 4, 17}) Damage(journals.Path("edge.journal"), ByteOfRecord(record));
+  const Daemon daemon(journals.path());
+  EXPECT_THAT(Ask(daemon.socket(), QueryOf("edge")).rows, SizeIs(17));
+  EXPECT_TRUE(daemon.LogSays("met a damaged record"));
+  EXPECT_THAT(Ask(daemon.socket(), QueryOf("edge")).rows, SizeIs(17)) << "again";
+}
+
 TEST(ServedJournalsTest, JournalThatIsNoneIsReportedAndLeftAlone) {
   const TemporaryDirectory journals;
   Journal(journals.path(), "edge", {EventAt(0)});
