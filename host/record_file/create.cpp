@@ -22,7 +22,6 @@ namespace packetdb::host {
 namespace {
 
 constexpr mode_t kFileMode = 0640;  // the writer writes, readers share its group
-constexpr std::uint64_t kZerosAtMost = std::uint64_t{1} << 30U;
 
 // Nobody of ours leaves such a thing under the temporary name, so there is no lock to wait for.
 bool CannotBeACreation(RecordFileResult why_not_opened) {

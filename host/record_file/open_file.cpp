@@ -4,6 +4,7 @@
 #include <cstring>
 #include <sys/stat.h>
 #include <syslog.h>
+#include <unistd.h>
 #include <utility>
 
 #include "host/record_file/open.h"
@@ -43,6 +44,7 @@ RecordFileResult LookForWriter(const Descriptor& file, Access access, OtherWrite
 
 RecordFileResult OpenFile::Open(const OpenRequest& request) {
   path_ = request.path;
+  opened_by_ = getpid();
   Descriptor file;
   RecordFileResult result = OpenOrCreate(request, &file);
   if (result == kRecordFileOk) result = Attach(std::move(file), request);
@@ -195,7 +197,13 @@ RecordFileResult OpenFile::BuildResizedFile(const OpenRequest& request, Descript
   return BuildResized(path_, request.format, from, file);
 }
 
+// A forked process has a copy of everything, and neither the thread that flushes nor the right to
+// say that the file is closed, or to give its lock back: both are still its parent's.
 void OpenFile::Close() {
+  if (getpid() != opened_by_) {
+    if (writer_) writer_->Abandon();
+    return;
+  }
   if (writer_) writer_->Close(view_->Holes());
   writer_.reset();
   if (file_.IsOpen()) Unlock(file_);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <sys/types.h>
 
 #include "host/record_file/descriptor.h"
 #include "host/record_file/inspect.h"
@@ -52,6 +53,7 @@ class OpenFile {
   void Close();
 
   std::string path_;
+  pid_t opened_by_ = 0;
   Descriptor file_;
   FileFacts facts_;
   Geometry geometry_;

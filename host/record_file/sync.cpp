@@ -30,6 +30,7 @@ RecordFileResult Syncer::Start(const Descriptor& file, Way way, const SyncPolicy
   flushed_next_ = state_.LoadWord(kSyncedOffset);
   flushed_merges_ = state_.LoadWord(kMergesSyncedOffset);
   if (policy.mode != SyncMode::kPeriodic) return kRecordFileOk;
+  if (prefaulted_ && way == Way::kMapped) prefault_ = Prefault(file_, *prefaulted_);
   try {
     thread_ = std::thread([this, interval = policy.interval] { Run(interval); });
   } catch (const std::system_error& error) {
@@ -58,6 +59,7 @@ void Syncer::Stop() {
 
 void Syncer::Run(std::chrono::milliseconds interval) {
   while (Wait(interval) && FlushWhatIsNew() == kRecordFileOk) {
+    prefault_.Advance(state_.LoadWord(kNextOffset));
   }
 }
 

@@ -9,11 +9,14 @@
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
 #include "host/record_file/descriptor.h"
+#include "host/record_file/geometry.h"
 #include "host/record_file/medium.h"
+#include "host/record_file/prefault.h"
 #include "host/record_file/result.h"
 #include "host/record_file/settings.h"
 
@@ -28,6 +31,9 @@ class Syncer {
   Syncer(const Syncer&) = delete;
   Syncer& operator=(const Syncer&) = delete;
   ~Syncer() { Stop(); }
+
+  // Has the thread make pages ready ahead of the writer. Before Start.
+  void PrefaultFor(const Geometry& geometry) { prefaulted_ = geometry; }
 
   // `file` is open for writing and locked; `path` is for the log.
   RecordFileResult Start(const Descriptor& file, Way way, const SyncPolicy& policy,
@@ -63,6 +69,8 @@ class Syncer {
   std::condition_variable wake_;
   bool stops_ = false;
   bool nudged_ = false;
+  std::optional<Geometry> prefaulted_;
+  Prefault prefault_;
   std::thread thread_;
 };
 
