@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/record_file/modes.h"
+#include "host/record_file/settings.h"
 #include "platform/record_file.h"
 #include "tests/faults/death/child.h"
 #include "tests/faults/death/reference.h"
@@ -32,10 +33,16 @@ class Deviation : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+struct Options {
+  std::uint64_t operations = 100000;
+  bool written = false;
+};
+
 class Model {
  public:
-  Model(std::uint64_t operations, const Common& common)
-      : operations_(operations),
+  Model(const Options& options, const Common& common)
+      : operations_(options.operations),
+        by_calls_(options.written),
         random_(static_cast<std::uint32_t>(common.seed)),
         options_({.path = common.directory + "/journal",
                   .record_size = random_.OneOf(kRecordSizes),
@@ -168,6 +175,9 @@ class Model {
     ++reopened_;
     file_.Done();
     Expect(faults::Append(file_, options_, {}) < 0, "a closed file takes a record");
+    // Looking through a sound file makes no difference.
+    host::SetRecordFileSettings(
+        {.sync = {}, .by_calls = by_calls_, .verify_at_opening = random_.OneIn(4)});
     const int result = Open(file_, options_, mode);
     Opened opened = {.result = result, .view = {}};
     if (result >= 0) opened.view = ViewOf(file_, options_.record_size);
@@ -230,6 +240,7 @@ class Model {
   }
 
   std::uint64_t operations_;
+  bool by_calls_;
   test::Random random_;
   FileOptions options_;
   Reference reference_;
@@ -243,9 +254,10 @@ class Model {
 };
 
 Body AddOptions(CLI::App& app) {
-  auto operations = std::make_shared<std::uint64_t>(100000);
-  app.add_option("--ops", *operations, "operations")->capture_default_str();
-  return [operations](const Common& common) { return Model(*operations, common).Run(); };
+  auto options = std::make_shared<Options>();
+  app.add_option("--ops", options->operations, "operations")->capture_default_str();
+  app.add_flag("--written", options->written, "change files by calls, not by a mapping");
+  return [options](const Common& common) { return Model(*options, common).Run(); };
 }
 
 }  // namespace

@@ -116,7 +116,11 @@ class StepOperations {
       }
       if (tracee.Returned()) break;
       called = tracee.AtSystemCall();
-      tracee.StepMany(1 + random_.Below(2 * options_.every - 1));
+      if (options_.every == 1) {
+        tracee.Step();
+      } else {
+        tracee.StepMany(1 + random_.Below(2 * options_.every - 1));
+      }
     } while (true);
     counts.instructions += tracee.instructions();
     return counts;
