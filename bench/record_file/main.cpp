@@ -61,6 +61,7 @@ void SetUpGoogleBenchmark(const Options& options) {
       fmt::format("--benchmark_min_time={}", options.seconds),
   };
   std::vector<char*> arguments;
+  arguments.reserve(words.size());
   for (std::string& word : words) arguments.push_back(word.data());
   auto count = static_cast<int>(arguments.size());
   benchmark::Initialize(&count, arguments.data());

@@ -125,8 +125,8 @@ void AddFull(Rows& rows, const Full<Store>& full, const std::string& verb, Body 
 
 // Appends to an empty store each time: one without a bound would grow and grow.
 template <class Store>
-void AddAppendToEmpty(Rows& rows, const Variant<Store>& variant, Row row) {
-  rows.Add(std::move(row), [variant, &scratch = rows.scratch()](benchmark::State& state) {
+void AddAppendToEmpty(Rows& rows, const Variant<Store>& variant, const Row& row) {
+  rows.Add(row, [variant, &scratch = rows.scratch()](benchmark::State& state) {
     Scratch own(scratch.path());
     Store store(own.NewPath(), variant.options);
     AppendAll(state, store);
