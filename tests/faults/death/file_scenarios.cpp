@@ -23,7 +23,8 @@ std::function<void()> Opening(const FileOptions& options, int mode) {
 Scenario OpeningOf(const Workplace& place, std::uint64_t count) {
   const FileOptions options = MakeJournal(place, kKept, count);
   const std::vector<Opened> stages = {Newest(count, kKept)};
-  return {.act = Opening(options, mode::kWrite),
+  return {.prepare = {},
+          .act = Opening(options, mode::kWrite),
           .reopen = options,
           .writer_mode = mode::kWrite,
           .read_stages = stages,
@@ -37,7 +38,8 @@ Scenario ResizeOf(const Workplace& place, unsigned long from, unsigned long to,
   options.capacity = to;
   const Opened before = Newest(count, from);
   const Opened after = Newest(count, std::min(from, to));
-  return {.act = Opening(options, mode::kWrite),
+  return {.prepare = {},
+          .act = Opening(options, mode::kWrite),
           .reopen = options,
           .writer_mode = mode::kWrite,
           .read_stages = {before, after},
@@ -46,7 +48,8 @@ Scenario ResizeOf(const Workplace& place, unsigned long from, unsigned long to,
 
 Scenario Creation(const Workplace& place) {
   const FileOptions options = place.Journal(kKept);
-  return {.act = Opening(options, mode::kCreateMissing),
+  return {.prepare = {},
+          .act = Opening(options, mode::kCreateMissing),
           .reopen = options,
           .writer_mode = mode::kCreateMissing,
           .read_stages = {{.result = host::kMissing, .view = {}}, {}},
@@ -56,7 +59,8 @@ Scenario Creation(const Workplace& place) {
 Scenario Replacement(const Workplace& place) {
   const FileOptions options = MakeJournal(place, kKept, 2 * kKept);
   const std::vector<Opened> stages = {Newest(2 * kKept, kKept), {}};
-  return {.act = Opening(options, mode::kCreateAnew),
+  return {.prepare = {},
+          .act = Opening(options, mode::kCreateAnew),
           .reopen = options,
           .writer_mode = mode::kWrite,
           .read_stages = stages,
@@ -70,7 +74,8 @@ Scenario OpeningAgain(const Scenario& scenario, const Workplace& place, const Op
   FileOptions options = place.Journal(scenario.reopen.capacity);
   std::vector<Opened> read_stages = {read};
   if (!(read == written)) read_stages.push_back(written);
-  return {.act = Opening(options, scenario.writer_mode),
+  return {.prepare = {},
+          .act = Opening(options, scenario.writer_mode),
           .reopen = options,
           .writer_mode = scenario.writer_mode,
           .read_stages = read_stages,

@@ -13,11 +13,15 @@ namespace {
 
 namespace mode = host::mode;
 
-// A file that is open for writing before the child is forked, so that the child has nothing to do
-// but the operation.
+// A file that the child opens before anything is looked at: a copy of another process's would not
+// be its own to close.
 struct Writer {
-  explicit Writer(FileOptions file_options) : options(std::move(file_options)) {
+  explicit Writer(FileOptions file_options, bool without_redo)
+      : options(std::move(file_options)), overwrites_in_place(without_redo) {}
+
+  void OpenIt() {
     Expect(Open(file, options, mode::kWrite) >= 0, "opening");
+    if (overwrites_in_place) in_place = std::make_unique<InPlaceWriter>(options.path);
   }
 
   // Version 0 is appended, any other overwrites.
@@ -33,13 +37,15 @@ struct Writer {
   }
 
   FileOptions options;
+  bool overwrites_in_place;
   CDbFile file;
   std::unique_ptr<InPlaceWriter> in_place;
 };
 
 Scenario OfWriter(const std::shared_ptr<Writer>& writer, std::function<void()> act,
                   std::vector<Opened> stages) {
-  return {.act = std::move(act),
+  return {.prepare = [writer] { writer->OpenIt(); },
+          .act = std::move(act),
           .reopen = writer->options,
           .writer_mode = mode::kWrite,
           .read_stages = stages,
@@ -59,9 +65,7 @@ std::function<void()> Doing(const std::shared_ptr<Writer>& writer,
 }
 
 std::shared_ptr<Writer> OpenJournal(const Workplace& place, std::uint64_t count) {
-  auto writer = std::make_shared<Writer>(MakeJournal(place, kKept, count));
-  if (place.without_redo) writer->in_place = std::make_unique<InPlaceWriter>(writer->options.path);
-  return writer;
+  return std::make_shared<Writer>(MakeJournal(place, kKept, count), place.without_redo);
 }
 
 Scenario AppendTo(const Workplace& place, std::uint64_t count) {
@@ -107,8 +111,13 @@ Scenario SeveralInARow(const Workplace& place) {
 
 Scenario ClosingOf(const Workplace& place, std::uint64_t count) {
   const auto writer = OpenJournal(place, count);
-  Expect(Append(writer->file, writer->options, {.number = count}) >= 0, "an append");
-  return OfWriter(writer, [writer] { writer->file.Done(); }, {Newest(count + 1, kKept)});
+  const Opened all = Newest(count + 1, kKept);
+  Scenario closing = OfWriter(writer, [writer] { writer->file.Done(); }, {all});
+  closing.prepare = [writer, count] {
+    writer->OpenIt();
+    Expect(Append(writer->file, writer->options, {.number = count}) >= 0, "an append");
+  };
+  return closing;
 }
 
 }  // namespace

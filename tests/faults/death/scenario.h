@@ -11,7 +11,9 @@
 namespace packetdb::faults {
 
 struct Scenario {
-  std::function<void()> act;  // in a child; throws when the operation is refused
+  // In a child; both throw when something is refused.
+  std::function<void()> prepare;  // what is not looked at, if anything
+  std::function<void()> act;
   // How those who come after the kill open the file; the writer then.
   FileOptions reopen;
   int writer_mode = 0;

@@ -99,7 +99,7 @@ class StepOperations {
     Counts counts;
     FolderWatch watch(place.folder);
     Witness witness(scenario, name, place.folder + ".copy", violations_);
-    Tracee tracee(scenario.act);
+    Tracee tracee(scenario.prepare, scenario.act);
     bool called = true;
     do {
       ++counts.looks;

@@ -22,8 +22,10 @@ constexpr long kSystemCall = 0x050F;
 constexpr long kBreakpoint = 0xCC;
 constexpr std::size_t kInstructionPointer = offsetof(user, regs.rip);
 
-int RunTraced(const std::function<void()>& act, const SharedMemory<bool>& returned) {
+int RunTraced(const std::function<void()>& prepare, const std::function<void()>& act,
+              const SharedMemory<bool>& returned) {
   if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) return kNotTraceable;
+  if (prepare) prepare();
   raise(SIGSTOP);
   act();
   *returned = true;
@@ -42,8 +44,8 @@ OneProcessor::OneProcessor() {
 
 OneProcessor::~OneProcessor() { sched_setaffinity(0, sizeof before_, &before_); }
 
-Tracee::Tracee(const std::function<void()>& act)
-    : child_([&] { return RunTraced(act, returned_); }) {
+Tracee::Tracee(const std::function<void()>& prepare, const std::function<void()>& act)
+    : child_([&] { return RunTraced(prepare, act, returned_); }) {
   WaitForStop();
   ptrace(PTRACE_SETOPTIONS, child_.pid(), nullptr, PTRACE_O_EXITKILL);
 }

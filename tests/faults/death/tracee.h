@@ -26,9 +26,9 @@ class OneProcessor {
 
 class Tracee {
  public:
-  // Forks a child that has done nothing of `act` yet. Throws CannotRun where tracing is not
-  // permitted.
-  explicit Tracee(const std::function<void()>& act);
+  // Forks a child that has done `prepare`, if there is any, and nothing of `act` yet. Throws
+  // CannotRun where tracing is not permitted.
+  Tracee(const std::function<void()>& prepare, const std::function<void()>& act);
 
   // Executes the next instruction, with the whole system call if it is one. False when `act` has
   // returned. Throws std::runtime_error when the child died or `act` threw.
