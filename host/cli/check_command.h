@@ -1,4 +1,4 @@
-// `packetdb check`: verifies a journal file.
+// `packetdb check`: verifies a journal file, or saves what is whole of it.
 #pragma once
 
 #include <cstddef>
@@ -15,6 +15,10 @@ inline constexpr std::string_view kFindConversion = "conversion";
 struct CheckOptions {
   std::string path;
   std::string output = "text";  // or "json"
+  std::string rescue;           // path of a new file for the records that are whole; empty: none
+  std::string record_size;      // with `rescue`, what is known of the damaged file; empty: nothing
+  std::string seed;
+  std::string near;
 };
 
 // How many findings of each severity are listed; further ones are counted only.
@@ -22,7 +26,8 @@ inline constexpr std::size_t kMostFindings = 1000;
 
 // Findings and a summary on stdout. kExitDamaged when something is damaged, kExitInUse when nothing
 // is but a writer has or had the file open, kExitOk otherwise; a file that is no journal or cannot
-// be read is a complaint and nothing on stdout. Throws UsageError.
+// be read is a complaint and nothing on stdout. With `rescue`, what RunRescue does. Throws
+// UsageError.
 ExitCode RunCheck(const CheckOptions& options);
 
 }  // namespace packetdb::host

@@ -63,7 +63,7 @@ class Dumper {
     EndRun();
     return result;
   }
-  std::uint64_t unstable() const { return unstable_; }
+  std::uint64_t damaged() const { return damaged_; }
 
  private:
   // Records that could not be read are told as runs: a fast writer overwrites thousands of them.
@@ -79,7 +79,7 @@ class Dumper {
       run_begin_ = record.sequence;
     }
     run_fate_ = record.fate;
-    unstable_ += record.fate == RecordFate::kDamaged ? 1 : 0;
+    damaged_ += record.fate == RecordFate::kDamaged ? 1 : 0;
   }
 
   void EndRun() {
@@ -91,7 +91,7 @@ class Dumper {
 
   Snapshot& snapshot_;
   const RecordStyle style_;
-  std::uint64_t unstable_ = 0;
+  std::uint64_t damaged_ = 0;
   std::uint64_t run_begin_ = 0;
   std::uint64_t run_length_ = 0;
   RecordFate run_fate_ = RecordFate::kGone;
@@ -121,10 +121,11 @@ ExitCode Dump(const std::string& path, Snapshot& snapshot, const RecordStyle& st
   if (result < 0) {
     return CannotExamine(path, result);
   }
-  if (dumper.unstable() != 0) {
-    Complain(fmt::format("{}: {} of its records changed whenever they were read", path,
-                         dumper.unstable()));
-    return kExitFailed;
+  if (dumper.damaged() != 0) {
+    Complain(fmt::format(
+        "{}: {} damaged; packetdb check tells more", path,
+        dumper.damaged() == 1 ? "a record is" : fmt::format("{} records are", dumper.damaged())));
+    return kExitDamaged;
   }
   return kExitOk;
 }
