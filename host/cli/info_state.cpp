@@ -65,9 +65,10 @@ std::string LossesText(const StatePage& state) {
   if (state.damaged + state.lost_unsynced + state.generation == 0) {
     return {};
   }
-  return fmt::format("{} damaged, {} lost in power cuts; looked for in {}",
-                     Counted(state.damaged, "record"), state.lost_unsynced,
-                     Counted(state.generation, "search"));
+  const std::string searches =
+      state.generation == 1 ? "once" : fmt::format("{} times", state.generation);
+  return fmt::format("{} damaged, {} lost in power cuts, ever; searched {}",
+                     Counted(state.damaged, "record"), state.lost_unsynced, searches);
 }
 
 }  // namespace packetdb::host

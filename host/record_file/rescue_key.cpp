@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "host/record_file/frame.h"
@@ -82,7 +83,7 @@ class KeySearch {
     for (const std::uint32_t size : sizes_) {
       for (const std::uint32_t seed : seeds_) {
         for (const std::uint64_t number : numbers_) {
-          if (Try({MakeKey(size, seed, number), false}, 1)) return true;
+          if (Try({MakeKey(size, seed, number), false})) return true;
         }
       }
     }
@@ -92,14 +93,15 @@ class KeySearch {
   void TryComputed() {
     for (const std::uint32_t size : sizes_) {
       FrameKey key = MakeKey(size, 0, numbers_.front());
-      key.geometry.seed = CommonSeed(key);
-      constexpr std::uint64_t kTwoAgree = 2;
-      if (Try({key, true}, kTwoAgree)) return;
+      const auto seed = CommonSeed(key);
+      if (!seed) continue;
+      key.geometry.seed = *seed;
+      if (Try({key, true})) return;
     }
   }
 
   // True when half of the frames, at least, are whole with this key.
-  bool Try(const FoundKey& found, std::uint64_t least) {
+  bool Try(const FoundKey& found) {
     std::uint64_t used = 0;
     std::uint64_t whole = 0;
     source_.ForEachFrame(found.key.geometry, [&](std::uint64_t, const std::byte* frame) {
@@ -108,29 +110,34 @@ class KeySearch {
       whole += NumberOf(found.key, frame) ? 1 : 0;
       return true;
     });
-    if (whole >= least && whole > best_count_) {
+    if (whole > best_count_) {
       best_count_ = whole;
       best_ = found;
     }
-    return whole >= least && 2 * whole >= used;
+    return whole != 0 && 2 * whole >= used;
   }
 
-  // The one that most of the first frames have.
-  std::uint32_t CommonSeed(const FrameKey& key) const {
+  // The one that most of the first frames have, at least two of different numbers: the same bytes
+  // again and again agree on one as well.
+  std::optional<std::uint32_t> CommonSeed(const FrameKey& key) const {
     constexpr std::size_t kEnough = 1U << 16U;
-    std::vector<std::uint32_t> seeds;
+    using Vote = std::pair<std::uint32_t, std::uint32_t>;  // seed and number
+    std::vector<Vote> votes;
     source_.ForEachFrame(key.geometry, [&](std::uint64_t, const std::byte* frame) {
-      if (const auto seed = SeedOf(key, frame)) seeds.push_back(*seed);
-      return seeds.size() < kEnough;
+      const auto seed = SeedOf(key, frame);
+      if (seed) votes.emplace_back(*seed, LowSequenceOf(key.geometry, frame));
+      return votes.size() < kEnough;
     });
-    std::sort(seeds.begin(), seeds.end());
-    std::uint32_t common = 0;
-    std::ptrdiff_t most = 0;
-    for (auto begin = seeds.begin(); begin != seeds.end();) {
-      const auto end = std::upper_bound(begin, seeds.end(), *begin);
+    std::sort(votes.begin(), votes.end());
+    votes.erase(std::unique(votes.begin(), votes.end()), votes.end());
+    std::optional<std::uint32_t> common;
+    std::ptrdiff_t most = 1;
+    for (auto begin = votes.begin(); begin != votes.end();) {
+      const auto end = std::find_if(begin, votes.end(),
+                                    [&](const Vote& vote) { return vote.first != begin->first; });
       if (end - begin > most) {
         most = end - begin;
-        common = *begin;
+        common = begin->first;
       }
       begin = end;
     }
