@@ -97,7 +97,7 @@ ExitCode Check(const std::string& path, CheckReport* report) {
 }  // namespace
 
 ExitCode RunCheck(const CheckOptions& options) {
-  if (!options.rescue.empty()) {
+  if (!options.rescue.to.empty()) {
     return RunRescue(options);
   }
   const OutputFormat output = ParseOutputFormat(options.output);

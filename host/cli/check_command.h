@@ -12,13 +12,19 @@ namespace packetdb::host {
 // A note of the command's own: what a conversion leaves behind is there beside the file.
 inline constexpr std::string_view kFindConversion = "conversion";
 
+// A new file for the records that are whole, and what is known of the damaged one; what is empty is
+// found out.
+struct RescueOptions {
+  std::string to;  // its path; empty: none is wanted
+  std::string record_size;
+  std::string seed;
+  std::string near;
+};
+
 struct CheckOptions {
   std::string path;
   std::string output = "text";  // or "json"
-  std::string rescue;           // path of a new file for the records that are whole; empty: none
-  std::string record_size;      // with `rescue`, what is known of the damaged file; empty: nothing
-  std::string seed;
-  std::string near;
+  RescueOptions rescue = {};
 };
 
 // How many findings of each severity are listed; further ones are counted only.

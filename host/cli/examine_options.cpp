@@ -36,16 +36,17 @@ CLI::App* AddCheck(CLI::App& app, CheckOptions& options) {
                                 options.output, "text, or json with one object");
   CLI::Option* rescue =
       check
-          ->add_option("--rescue", options.rescue,
+          ->add_option("--rescue", options.rescue.to,
                        "put the records that are whole into a new journal instead")
           ->type_name("OUT")
           ->check(RefuseEmpty);
   const auto add = [check, rescue](const char* name, std::string& value, const char* text) {
     check->add_option(name, value, text)->type_name("NUMBER")->check(RefuseEmpty)->needs(rescue);
   };
-  add("--record-size", options.record_size, "its records have so many bytes (default: find out)");
-  add("--seed", options.seed, "its checksums start from this (default: find out)");
-  add("--near", options.near, "its records have about this number (default: find out)");
+  add("--record-size", options.rescue.record_size,
+      "its records have so many bytes (default: find out)");
+  add("--seed", options.rescue.seed, "its checksums start from this (default: find out)");
+  add("--near", options.rescue.near, "its records have about this number (default: find out)");
   return check;
 }
 

@@ -1,8 +1,10 @@
 #include "host/cli/rescue_command.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fmt/format.h>
 #include <limits>
+#include <optional>
 #include <sys/stat.h>
 
 #include "host/cli/examined_file.h"
@@ -42,11 +44,11 @@ RescueRequest RequestOf(const CheckOptions& options) {
                    {.magic = kJournalMagic, .record_size = kFormat41RecordSize},
                    {.magic = kFormat3Magic, .record_size = kFormat3RecordSize}};
   request.record_size =
-      ParseHint<std::uint32_t>(options.record_size, "a record size", 1, kMaxRecordSize);
-  request.seed = ParseHint<std::uint32_t>(options.seed, "a seed", 0,
+      ParseHint<std::uint32_t>(options.rescue.record_size, "a record size", 1, kMaxRecordSize);
+  request.seed = ParseHint<std::uint32_t>(options.rescue.seed, "a seed", 0,
                                           std::numeric_limits<std::uint32_t>::max());
   request.near =
-      ParseHint<std::uint64_t>(options.near, "the number of a record", 0, kMaxSequence - 1);
+      ParseHint<std::uint64_t>(options.rescue.near, "the number of a record", 0, kMaxSequence - 1);
   return request;
 }
 
@@ -56,9 +58,9 @@ bool IsTaken(const std::string& path) {
 }
 
 ExitCode RescueInto(const CheckOptions& options, const RescueRequest& request, Rescued* rescued) {
-  if (IsTaken(options.rescue)) {
+  if (IsTaken(options.rescue.to)) {
     Complain(fmt::format("{}: something is there already; give the path of a new file",
-                         Shortened(options.rescue)));
+                         Shortened(options.rescue.to)));
     return kExitFailed;
   }
   Descriptor file;
@@ -66,9 +68,9 @@ ExitCode RescueInto(const CheckOptions& options, const RescueRequest& request, R
   if (opened != kExitOk) {
     return opened;
   }
-  const RecordFileResult result = Rescue(file, request, options.rescue, rescued);
+  const RecordFileResult result = Rescue(file, request, options.rescue.to, rescued);
   if (result < 0) {
-    return CannotExamine(options.rescue, result);
+    return CannotExamine(options.rescue.to, result);
   }
   if (rescued->written == 0) {
     Complain(
@@ -90,7 +92,7 @@ ExitCode RunRescue(const CheckOptions& options) {
   if (status != kExitOk) {
     return status;
   }
-  const RescueReport report{options.path, options.rescue, rescued};
+  const RescueReport report{options.path, options.rescue.to, rescued};
   output == OutputFormat::kJson ? PrintRescueJson(report, stdout) : PrintRescueText(report, stdout);
   return FlushOutput() ? kExitOk : kExitFailed;
 }

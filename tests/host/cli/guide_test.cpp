@@ -45,7 +45,9 @@ TEST_F(Guide, NamesTheKeysOfCheck) {
 }
 
 TEST_F(Guide, NamesTheKeysOfRescue) {
-  ExpectKeysNamed([this] { return RunCheck({path_, "json", directory_.Path("saved")}); });
+  ExpectKeysNamed([this] {
+    return RunCheck({path_, "json", {directory_.Path("saved"), "", "", ""}});
+  });
 }
 
 TEST_F(Guide, NamesTheStatesOfAFileAndOfARecord) {

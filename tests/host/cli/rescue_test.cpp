@@ -18,7 +18,7 @@ class Rescuing : public Examining {
  protected:
   Rescuing() {
     options_.path = path_;
-    options_.rescue = saved_;
+    options_.rescue.to = saved_;
   }
 
   Ran RunIt() const {
@@ -51,7 +51,10 @@ TEST_F(Rescuing, SavesTheRecordsOfAJournalWithoutAFront) {
                                  "written       3 records to " +
                                  saved_ + "; numbers 0 to 2\n"));
   EXPECT_EQ(Observe([this] { return RunCheck({saved_, "text"}); }).status, kExitOk);
-  EXPECT_THAT(Observe([this] { return RunDump({saved_}); }).out, HasSubstr("record 2, "));
+  EXPECT_THAT(Observe([this] {
+                return RunDump({saved_, "text", "", ""});
+              }).out,
+              HasSubstr("record 2, "));
 }
 
 TEST_F(Rescuing, TellsTheSameAsJson) {
@@ -90,18 +93,18 @@ TEST_F(Rescuing, TakesWhatIsKnownOfTheFile) {
   const std::uint64_t seed = Json()["seed"];
   std::filesystem::remove(saved_);
   WipeTheFront();
-  options_.seed = std::to_string(seed);
-  options_.record_size = "72";
-  options_.near = "0x80000000";
+  options_.rescue.seed = std::to_string(seed);
+  options_.rescue.record_size = "72";
+  options_.rescue.near = "0x80000000";
   EXPECT_EQ(Json()["seed_computed"], false);
 }
 
 TEST_F(Rescuing, RefusesWhatCannotBeKnown) {
-  options_.seed = "0x100000000";
+  options_.rescue.seed = "0x100000000";
   EXPECT_THAT(WhatOf<UsageError>([this] { RunCheck(options_); }),
               HasSubstr("'0x100000000' is not a seed: give 0 to 4294967295"));
-  options_.seed = "";
-  options_.record_size = "0";
+  options_.rescue.seed = "";
+  options_.rescue.record_size = "0";
   EXPECT_THAT(WhatOf<UsageError>([this] { RunCheck(options_); }),
               HasSubstr("'0' is not a record size: give 1 to 504"));
 }
@@ -117,7 +120,7 @@ TEST_F(Rescuing, SaysWhenNothingIsThere) {
 
 TEST_F(Rescuing, ReplacesNothing) {
   Store(path_, {RecordAt(0)});
-  options_.rescue = path_;
+  options_.rescue.to = path_;
   const Ran ran = RunIt();
   EXPECT_EQ(ran.status, kExitFailed);
   EXPECT_EQ(ran.err,
@@ -126,9 +129,9 @@ TEST_F(Rescuing, ReplacesNothing) {
 
 TEST_F(Rescuing, SaysWhichFileCannotBeUsed) {
   Store(path_, {RecordAt(0)});
-  options_.rescue = directory_.Path("no/such/file");
+  options_.rescue.to = directory_.Path("no/such/file");
   EXPECT_THAT(RunIt().err, HasSubstr("no/such/file: the file or its folder does not exist\n"));
-  options_.rescue = saved_;
+  options_.rescue.to = saved_;
   options_.path = directory_.Path("nothing");
   EXPECT_THAT(RunIt().err, HasSubstr("nothing: the file or its folder does not exist\n"));
 }
