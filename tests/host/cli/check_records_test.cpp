@@ -145,7 +145,7 @@ TEST_F(Check, ReadsTheRecordsThatATruncatedFileStillHas) {
 
 TEST_F(Check, TellsDamagedRecordsFromLostOnes) {
   Store(path_, {RecordAt(0), RecordAt(1), RecordAt(2), RecordAt(3)});
-  Overwrite(path_, At(1), "x");
+  Overwrite(path_, At(1), "y");
   Overwrite(path_, At(2), std::string(80, '\0'));
   EXPECT_EQ(RunText().status, kExitDamaged);
   EXPECT_THAT(RunText().out, HasSubstr("; 2 records of format 4 read, 1 damaged, 1 lost\n"));

@@ -175,7 +175,7 @@ TEST_F(Dump, RefusesRangesThatMakeNoSense) {
 TEST_F(Dump, NamesDamagedRecordsAndLostOnes) {
   Store(path_, {RecordAt(0), RecordAt(1), RecordAt(2), RecordAt(3)});
   constexpr std::uint64_t kFrame = 80;
-  Overwrite(path_, kCellsOffset + kFrame, "x");
+  Overwrite(path_, kCellsOffset + kFrame, "y");
   Overwrite(path_, kCellsOffset + 2 * kFrame, std::string(kFrame, '\0'));
   const Ran ran = RunIt();
   EXPECT_EQ(ran.status, kExitDamaged);
@@ -184,7 +184,7 @@ TEST_F(Dump, NamesDamagedRecordsAndLostOnes) {
                         "record 2, lost: not flushed to the disk before the machine "
                         "stopped\nrecord 3, byte "));
   EXPECT_EQ(ran.err, "packetdb: " + path_ + ": a record is damaged; packetdb check tells more\n");
-  Overwrite(path_, kCellsOffset + 3 * kFrame, "x");
+  Overwrite(path_, kCellsOffset + 3 * kFrame, "y");
   EXPECT_THAT(RunIt().err, HasSubstr(": 2 records are damaged; packetdb check tells more\n"));
 }
 

@@ -57,7 +57,7 @@ TEST_F(Info, TellsWhatAJournalHolds) {
                         "layout        2, made " +
                         MadeText() +
                         "\n"
-                        "size          364544 bytes\n"
+                        "size          368640 bytes\n"
                         "records       19 of 38, 50.0 % full; numbers 0 to 18\n"
                         "oldest        2020-09-13 12:26:40, first seen\n"
                         "newest        2020-09-13 12:28:20, last seen\n"
@@ -79,7 +79,7 @@ TEST_F(Info, TellsTheSameAsJson) {
   info.erase("created");
   info.erase("created_unix");
   EXPECT_EQ(info, nlohmann::json::parse(R"({
-    "format": "4", "layout_version": 2, "record_size": 72, "file_bytes": 364544, "writer": false,
+    "format": "4", "layout_version": 2, "record_size": 72, "file_bytes": 368640, "writer": false,
     "state": "closed", "flushed_to": 19, "overwrites": 0, "overwrites_flushed": 0, "dropped": 0,
     "damaged_ever": 0, "lost_ever": 0, "searches": 0, "records_gone": 0, "records_damaged": 0,
     "records_lost": 0,
@@ -202,7 +202,7 @@ TEST_F(Info, CountsWhatWasOverwrittenMeanwhile) {
 
 TEST_F(Info, TellsOfRecordsThatAreNotThere) {
   Store(path_, {RecordAt(0), RecordAt(1), RecordAt(2), RecordAt(3)});
-  Overwrite(path_, kCellsOffset + 80, "x");
+  Overwrite(path_, kCellsOffset + 80, "y");
   Overwrite(path_, kCellsOffset + 160, std::string(80, '\0'));
   EXPECT_THAT(Text(), HasSubstr("not there     2 records: 1 damaged, 1 lost in a power cut\n"));
   EXPECT_EQ(Json()["records_damaged"], 1);

@@ -59,7 +59,7 @@ TEST_F(Rescuing, SavesTheRecordsOfAJournalWithoutAFront) {
 
 TEST_F(Rescuing, TellsTheSameAsJson) {
   Store(path_, {RecordAt(0), RecordAt(1), RecordAt(2)});
-  Overwrite(path_, kCellsOffset + 80, "x");
+  Overwrite(path_, kCellsOffset + 80, "y");
   nlohmann::json rescue = Json();
   rescue.erase("seed");
   EXPECT_EQ(rescue, nlohmann::json::parse(R"({
@@ -73,7 +73,7 @@ TEST_F(Rescuing, TellsTheSameAsJson) {
 
 TEST_F(Rescuing, TellsWhatItLeavesOut) {
   Store(path_, {RecordAt(0), RecordAt(1), RecordAt(2), RecordAt(3), RecordAt(4)}, 3);
-  Overwrite(path_, kCellsOffset + 3 * 80, "x");
+  Overwrite(path_, kCellsOffset + 3 * 80, "y");
   const Ran ran = RunIt();
   EXPECT_THAT(ran.out, HasSubstr("left out      2 that newer ones had replaced, 0 there twice\n"
                                  "missing       1 record between numbers 2 and 4; those before a "
