@@ -42,8 +42,8 @@ TEST_F(Check, TellsTheSameAsJson) {
   EXPECT_EQ(ran.status, kExitDamaged);
   nlohmann::json expected = nlohmann::json::parse(R"({
     "result": "damaged", "writer": false, "format": "4", "records_read": 1,
-    "records_overwritten": 0, "records_damaged": 0, "records_lost": 0, "records_missing": 0, "damage": 2,
-    "warnings": 0, "notes": 0, "findings_left_out": 0,
+    "records_overwritten": 0, "records_damaged": 0, "records_lost": 0,
+    "records_missing": 0, "damage": 2, "warnings": 0, "notes": 0, "findings_left_out": 0,
     "findings": [{"position": 8192, "severity": "damage", "kind": "state"},
                  {"position": 8212, "severity": "damage", "kind": "padding"}]})");
   expected["file"] = path_;
