@@ -8,6 +8,7 @@
 #include "host/cli/examined_file.h"
 #include "host/cli/output_format.h"
 #include "host/cli/report.h"
+#include "host/cli/rescue_command.h"
 #include "host/journals/conversion_files.h"
 #include "host/record_file/check.h"
 #include "host/record_file/snapshot.h"
@@ -96,6 +97,9 @@ ExitCode Check(const std::string& path, CheckReport* report) {
 }  // namespace
 
 ExitCode RunCheck(const CheckOptions& options) {
+  if (!options.rescue.to.empty()) {
+    return RunRescue(options);
+  }
   const OutputFormat output = ParseOutputFormat(options.output);
   CheckReport report(options.path);
   const ExitCode checked = Check(options.path, &report);

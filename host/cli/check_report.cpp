@@ -86,6 +86,12 @@ std::string CheckReport::RecordsRead() const {
   if (checked_.gone != 0) {
     text += fmt::format(", {} overwritten meanwhile", checked_.gone);
   }
+  if (checked_.damaged != 0) {
+    text += fmt::format(", {} damaged", checked_.damaged);
+  }
+  if (checked_.lost != 0) {
+    text += fmt::format(", {} lost", checked_.lost);
+  }
   if (checked_.missing != 0) {
     text += fmt::format(", {} beyond the end of the file", checked_.missing);
   }
@@ -121,7 +127,8 @@ void CheckReport::PrintJson(std::FILE* out) const {
   object["format"] = format_ ? OrderedJson(FormatName(*format_)) : OrderedJson();
   object["records_read"] = checked_.whole;
   object["records_overwritten"] = checked_.gone;
-  object["records_unstable"] = checked_.unstable;
+  object["records_damaged"] = checked_.damaged;
+  object["records_lost"] = checked_.lost;
   object["records_missing"] = checked_.missing;
   object["damage"] = Count(Severity::kDamage);
   object["warnings"] = Count(Severity::kWarning);

@@ -16,7 +16,8 @@ struct DumpOptions {
 };
 
 // Records on stdout, oldest first. A record that a writer overwrote meanwhile is said to be gone
-// and is no failure; one that could not be read whole is. Throws UsageError.
+// and is no failure, nor is one that a power cut took; kExitDamaged when one is damaged. Throws
+// UsageError.
 ExitCode RunDump(const DumpOptions& options);
 
 }  // namespace packetdb::host

@@ -32,8 +32,22 @@ CLI::App* AddInfo(CLI::App& app, InfoOptions& options) {
 }
 
 CLI::App* AddCheck(CLI::App& app, CheckOptions& options) {
-  return AddExaminer(app, "check", "Look for damage in a journal file", options.path,
-                     options.output, "text, or json with one object");
+  CLI::App* check = AddExaminer(app, "check", "Look for damage in a journal file", options.path,
+                                options.output, "text, or json with one object");
+  CLI::Option* rescue =
+      check
+          ->add_option("--rescue", options.rescue.to,
+                       "put the records that are whole into a new journal instead")
+          ->type_name("OUT")
+          ->check(RefuseEmpty);
+  const auto add = [check, rescue](const char* name, std::string& value, const char* text) {
+    check->add_option(name, value, text)->type_name("NUMBER")->check(RefuseEmpty)->needs(rescue);
+  };
+  add("--record-size", options.rescue.record_size,
+      "its records have so many bytes (default: find out)");
+  add("--seed", options.rescue.seed, "its checksums start from this (default: find out)");
+  add("--near", options.rescue.near, "its records have about this number (default: find out)");
+  return check;
 }
 
 CLI::App* AddDump(CLI::App& app, DumpOptions& options) {

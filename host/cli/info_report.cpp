@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "host/cli/counted.h"
+#include "host/cli/info_state.h"
 #include "host/cli/json_text.h"
 #include "host/cli/times.h"
 #include "host/log/escape.h"
@@ -96,6 +97,46 @@ std::string RoomText(const InfoReport& info) {
                 : Counted(room, "record");
 }
 
+std::int64_t CreatedUnix(const InfoReport& info) {
+  constexpr std::uint64_t kSecond = 1'000'000'000;
+  return static_cast<std::int64_t>(info.facts.superblock.created_ns / kSecond);
+}
+
+void PrintState(const InfoReport& info, std::FILE* out) {
+  const StatePage& state = info.facts.state;
+  Line(out, "state", std::string(LifeText(LifeOf(state, info.writer))));
+  Line(out, "flushed", FlushedText(state, info.window.end));
+  if (const std::string losses = LossesText(state); !losses.empty()) {
+    Line(out, "losses", losses);
+  }
+  if (info.summary.gone != 0) {
+    Line(out, "not counted",
+         Counted(info.summary.gone, "record") + " that newer ones replaced meanwhile");
+  }
+  if (const std::uint64_t missing = info.summary.damaged + info.summary.lost; missing != 0) {
+    Line(out, "not there",
+         fmt::format("{}: {} damaged, {} lost in a power cut", Counted(missing, "record"),
+                     info.summary.damaged, info.summary.lost));
+  }
+}
+
+void AddState(OrderedJson& object, const InfoReport& info) {
+  const StatePage& state = info.facts.state;
+  object["created"] = Rfc3339Time(CreatedUnix(info));
+  object["created_unix"] = CreatedUnix(info);
+  object["state"] = LifeWord(LifeOf(state, info.writer));
+  object["flushed_to"] = state.synced;
+  object["overwrites"] = state.merges;
+  object["overwrites_flushed"] = state.merges_synced;
+  object["dropped"] = Overwritten(info.facts, info.window.end, Records(info));
+  object["damaged_ever"] = state.damaged;
+  object["lost_ever"] = state.lost_unsynced;
+  object["searches"] = state.generation;
+  object["records_gone"] = info.summary.gone;
+  object["records_damaged"] = info.summary.damaged;
+  object["records_lost"] = info.summary.lost;
+}
+
 void PrintContents(const InfoReport& info, std::FILE* out) {
   const JournalSummary& summary = info.summary;
   Line(out, "oldest", TimeText(summary.oldest) + ", first seen");
@@ -162,6 +203,8 @@ void PrintInfoText(const InfoReport& info, std::FILE* out) {
   Line(out, "format",
        fmt::format("{}, records of {} bytes", FormatName(info.format),
                    info.facts.format.record_size));
+  Line(out, "layout",
+       fmt::format("{}, made {}", info.facts.layout_version, LocalTime(CreatedUnix(info))));
   Line(out, "size", fmt::format("{} bytes", info.facts.length));
   Line(out, "records", RecordsText(info));
   if (info.summary.read != 0) {
@@ -169,9 +212,7 @@ void PrintInfoText(const InfoReport& info, std::FILE* out) {
   }
   Line(out, "room", RoomText(info));
   Line(out, "writer", info.writer ? "has it open" : "none has it open");
-  if (const std::uint64_t lost = info.summary.gone + info.summary.unstable; lost != 0) {
-    Line(out, "not counted", Counted(lost, "record") + " that changed while they were read");
-  }
+  PrintState(info, out);
 }
 
 void PrintInfoJson(const InfoReport& info, std::FILE* out) {
@@ -186,6 +227,7 @@ void PrintInfoJson(const InfoReport& info, std::FILE* out) {
   object["records"] = records;
   object["next_record"] = info.window.end;
   object["records_read"] = info.summary.read;
+  AddState(object, info);
   AddBound(object, info);
   AddContents(object, info.summary);
   std::fputs(JsonLine(object).c_str(), out);

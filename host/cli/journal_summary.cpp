@@ -47,7 +47,8 @@ class Summariser {
  private:
   void Count(const SnapshotRecord& stored, JournalSummary* summary) {
     summary->gone += stored.fate == RecordFate::kGone ? 1 : 0;
-    summary->unstable += stored.fate == RecordFate::kDamaged ? 1 : 0;
+    summary->damaged += stored.fate == RecordFate::kDamaged ? 1 : 0;
+    summary->lost += stored.fate == RecordFate::kLost ? 1 : 0;
     if (stored.fate != RecordFate::kWhole) {
       return;
     }

@@ -20,9 +20,10 @@ struct RecentRate {
 
 // Times are in seconds since 1980; sums are over the records that could be read.
 struct JournalSummary {
-  std::uint64_t read = 0;      // records that were read
-  std::uint64_t gone = 0;      // overwritten by newer ones before they could be read
-  std::uint64_t unstable = 0;  // changed whenever they were read
+  std::uint64_t read = 0;     // records that were read
+  std::uint64_t gone = 0;     // overwritten by newer ones before they could be read
+  std::uint64_t damaged = 0;  // not whole
+  std::uint64_t lost = 0;     // never flushed before the machine stopped
   std::uint64_t packets = 0;
   std::uint32_t oldest = 0;  // when the event of the oldest record was first seen
   std::uint32_t newest = 0;  // when an event of any record was last seen

@@ -108,6 +108,28 @@ void PrintJson(const SnapshotRecord& stored, const RecordStyle& style, std::FILE
   std::fputs(JsonLine(object).c_str(), out);
 }
 
+std::string_view FateWord(RecordFate fate) {
+  switch (fate) {
+    case RecordFate::kGone:
+      return "gone";
+    case RecordFate::kLost:
+      return "lost";
+    default:
+      return "damaged";
+  }
+}
+
+std::string_view FateText(RecordFate fate) {
+  switch (fate) {
+    case RecordFate::kGone:
+      return "overwritten by newer ones meanwhile";
+    case RecordFate::kLost:
+      return "not flushed to the disk before the machine stopped";
+    default:
+      return "what is stored does not go with its checksum";
+  }
+}
+
 }  // namespace
 
 void PrintRecord(const SnapshotRecord& record, const RecordStyle& style, std::FILE* out) {
@@ -117,21 +139,17 @@ void PrintRecord(const SnapshotRecord& record, const RecordStyle& style, std::FI
 
 void PrintUnread(RecordFate fate, std::uint64_t first, std::uint64_t last, OutputFormat output,
                  std::FILE* out) {
-  const bool gone = fate == RecordFate::kGone;
   if (output == OutputFormat::kJson) {
     OrderedJson object;
     object["record"] = first;
     object["last_record"] = last;
-    object["state"] = gone ? "gone" : "unstable";
+    object["state"] = FateWord(fate);
     std::fputs(JsonLine(object).c_str(), out);
     return;
   }
   const std::string which = first == last ? fmt::format("record {}", first)
                                           : fmt::format("records {} to {}", first, last);
-  const std::string line = fmt::format("{}, {}\n", which,
-                                       gone ? "gone: overwritten by newer ones meanwhile"
-                                            : "unstable: changed whenever it was read");
-  std::fputs(line.c_str(), out);
+  std::fputs(fmt::format("{}, {}: {}\n", which, FateWord(fate), FateText(fate)).c_str(), out);
 }
 
 }  // namespace packetdb::host

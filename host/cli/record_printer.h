@@ -20,8 +20,8 @@ struct RecordStyle {
 // A record that was read whole: a block of lines, or one object (docs/guide.md has its keys).
 void PrintRecord(const SnapshotRecord& record, const RecordStyle& style, std::FILE* out);
 
-// Neighbours of which nothing could be read, from record `first` to record `last`; `fate` is kGone
-// or kUnstable. One line, or one object.
+// Neighbours of which nothing could be read, from record `first` to record `last`; `fate` is kGone,
+// kDamaged or kLost. One line, or one object.
 void PrintUnread(RecordFate fate, std::uint64_t first, std::uint64_t last, OutputFormat output,
                  std::FILE* out);
 

@@ -1,7 +1,9 @@
 // Whether the bytes of a record file are as a writer leaves them: everything that the layout allows
 // to be verified. What the records say is their owner's to judge.
 //
-// No lock is taken and nothing is changed; a writer may be at work.
+// No lock is taken and nothing is changed; a writer may be at work. Which records are looked at is
+// fixed at the beginning. What a writer changes meanwhile is judged by what it may be in the middle
+// of, never as damage; what it left when it died is judged as the next writer would.
 #pragma once
 
 #include <cstdint>
@@ -31,14 +33,23 @@ struct Finding {
 using FindingSink = std::function<void(const Finding&)>;
 
 inline constexpr std::string_view kFindSuperblock = "superblock";
-inline constexpr std::string_view kFindLength = "length";  // of the file
+inline constexpr std::string_view kFindNumber = "number";      // in a superblock
+inline constexpr std::string_view kFindReserved = "reserved";  // bytes of a superblock
+inline constexpr std::string_view kFindLength = "length";      // of the file
 inline constexpr std::string_view kFindState = "state";
-inline constexpr std::string_view kFindFrame = "frame";
+inline constexpr std::string_view kFindRedo = "redo";
+inline constexpr std::string_view kFindFrame = "frame";             // of a record that counts
+inline constexpr std::string_view kFindUnusedSlot = "unused_slot";  // of a record that does not
 inline constexpr std::string_view kFindPadding = "padding";
+inline constexpr std::string_view kFindLost = "lost";  // records that were never flushed
+inline constexpr std::string_view kFindNotClosed = "not_closed";
+inline constexpr std::string_view kFindFlushFailed = "flush_failed";
+inline constexpr std::string_view kFindRedoPending = "redo_pending";
+inline constexpr std::string_view kFindAppendPending = "append_pending";
 
 // Checks the open file. Returns kRecordFileOk when it is a record file of this layout, whatever was
 // found; kEmptyFile, kNotARecordFile, kOtherByteOrder or kUnsupportedLayout when it is none, with
-// nothing found; another failure when it cannot be read.
+// nothing found; another failure when it cannot be read, or was cut meanwhile.
 RecordFileResult CheckRecordFile(const Descriptor& file, const FindingSink& sink);
 
 }  // namespace packetdb::host

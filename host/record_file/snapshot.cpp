@@ -2,6 +2,7 @@
 
 #include "host/record_file/recovery.h"
 #include "host/record_file/settings.h"
+#include "host/record_file/slot_content.h"
 
 namespace packetdb::host {
 
@@ -48,6 +49,15 @@ RecordFileResult Snapshot::BeginDamaged() {
   return result;
 }
 
+RecordFate Snapshot::FateWithoutRecord(std::uint64_t sequence, std::uint64_t offset) {
+  const Geometry& geometry = facts_.geometry;
+  const bool is_read = medium_.Read(offset, frame_.data(), geometry.frame_size) == kRecordFileOk;
+  const SlotContent content =
+      is_read ? ContentOf(geometry, sequence, frame_.data()) : SlotContent::kTorn;
+  const bool was_never_there = content == SlotContent::kNothing || content == SlotContent::kOlder;
+  return was_never_there ? RecordFate::kLost : RecordFate::kDamaged;
+}
+
 RecordFileResult Snapshot::Read(std::uint64_t sequence, SnapshotRecord* record) {
   const RecordFileResult result = reader_->Read(sequence, &frame_);
   const std::uint64_t offset = OffsetOf(facts_.geometry, sequence);
@@ -56,7 +66,7 @@ RecordFileResult Snapshot::Read(std::uint64_t sequence, SnapshotRecord* record) 
   } else if (result == kRecordGone) {
     *record = {sequence, RecordFate::kGone, nullptr, offset};
   } else if (result == kDamagedRecord) {
-    *record = {sequence, RecordFate::kDamaged, nullptr, offset};
+    *record = {sequence, FateWithoutRecord(sequence, offset), nullptr, offset};
   } else if (result == kTruncatedFile && is_length_wrong_) {
     *record = {sequence, RecordFate::kMissing, nullptr, offset};
   } else {

@@ -20,6 +20,7 @@ enum class RecordFate {
   kWhole,    // read, and proved by its checksum
   kGone,     // overwritten by a newer record since the snapshot began; no damage
   kDamaged,  // it should be there, and its checksum does not say so
+  kLost,     // never flushed, and gone when the machine stopped: its slot has nothing newer
   kMissing,  // the file ends before the end of its slot; only after BeginDespiteDamage
 };
 
@@ -57,6 +58,7 @@ class Snapshot {
  private:
   RecordFileResult Attach(Way way);
   RecordFileResult BeginDamaged();
+  RecordFate FateWithoutRecord(std::uint64_t sequence, std::uint64_t offset);
 
   const Descriptor& file_;
   FileFacts facts_;

@@ -6,6 +6,7 @@
 #include <syslog.h>
 #include <utility>
 
+#include "host/record_file/clear_torn.h"
 #include "host/record_file/create.h"
 #include "host/record_file/inode_mark.h"
 #include "host/record_file/layout.h"
@@ -55,6 +56,9 @@ RecordFileResult Writer::Repair(const Recovered& recovered) {
   RecordFileResult result = kRecordFileOk;
   if (recovered.has_redo) result = ring_.CompleteRedo(recovered.redo_sequence);
   if (result == kRecordFileOk) result = ClearUnused(recovered);
+  if (result == kRecordFileOk && state_.state != kClosed) {
+    result = ClearTornSlots(medium_, geometry_, recovered, state_.synced);
+  }
   if (result == kRecordFileOk) result = ring_.StoreNext();
   if (result == kRecordFileOk && state_.state == kFailed) result = RewriteCells();
   if (result < 0) return result;

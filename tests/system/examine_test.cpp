@@ -1,5 +1,6 @@
-// The commands that look at a journal file, as real processes: beside a writer, and on files of
-// every wrong kind. Whatever they are given, they change nothing.
+// The commands that look at a journal file, as real processes, on files of every wrong kind.
+// Whatever they are given, they change nothing.
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <fcntl.h>
@@ -7,25 +8,18 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <ostream>
-#include <sstream>
-#include <sys/prctl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include "host/record_file/header.h"
-#include "host/record_file/probe.h"
+#include "host/record_file/superblock.h"
 #include "tests/host/cli/stored_journal.h"
-#include "tests/system/support/eventually.h"
 #include "tests/system/support/program.h"
 #include "tests/system/support/temporary_directory.h"
 
 namespace packetdb::host::test {
 namespace {
 
-using nlohmann::json;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::MatchesRegex;
@@ -33,16 +27,6 @@ using testing::MatchesRegex;
 constexpr int kExitNotPermitted = 4;
 constexpr int kExitDamaged = 5;
 constexpr int kExitFailed = 7;
-constexpr int kExitInUse = 8;
-
-std::vector<json> Lines(const std::string& text) {
-  std::vector<json> values;
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) {
-    values.push_back(json::parse(line));
-  }
-  return values;
-}
 
 // Every name in a directory, with the bytes of the regular files.
 std::map<std::string, std::string> Contents(const std::string& directory) {
@@ -55,150 +39,11 @@ std::map<std::string, std::string> Contents(const std::string& directory) {
   return contents;
 }
 
-// The record `number` as the writer below makes it, overwritten `version` times.
-PacketDbItemPacked Made(std::uint32_t number, std::uint32_t version) {
-  PacketDbItemPacked record = RecordAt(number / 1000, version + 1);
-  record.m_SrcIp = number;
-  return record;
-}
-
-// A process that appends to a journal and overwrites its records, as fast as it can.
-class BusyWriter {
- public:
-  BusyWriter(const std::string& path, unsigned long capacity) : pid_(fork()) {
-    if (pid_ == 0) {
-      Write(path, capacity);
-    }
-    EXPECT_TRUE(Eventually([&] { return Appended(path) > 2 * capacity; }));
-  }
-  ~BusyWriter() {
-    kill(pid_, SIGKILL);
-    waitpid(pid_, nullptr, 0);
-  }
-  BusyWriter(const BusyWriter&) = delete;
-  BusyWriter& operator=(const BusyWriter&) = delete;
-
-  bool IsAtWork() const { return waitpid(pid_, nullptr, WNOHANG) == 0; }
-
- private:
-  [[noreturn]] static void Write(const std::string& path, unsigned long capacity) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    CDbFile file;
-    OpenToWrite(file, path, JournalFormat::k4, capacity);
-    for (std::uint32_t number = 0;; ++number) {
-      const int ticket = AppendTo(file, JournalFormat::k4, Made(number, 0));
-      for (std::uint32_t version = 1; ticket >= 0 && version <= 3; ++version) {
-        const PacketDbItemPacked record = Made(number, version);
-        file.WriteRecord(ticket, &record);
-      }
-      if (ticket < 0) {
-        _exit(1);
-      }
-    }
-  }
-
-  static std::uint64_t Appended(const std::string& path) {
-    RecordFileInfo info;
-    return ProbeRecordFile(path, &info) == 0 ? info.next : 0;
-  }
-
-  pid_t pid_;
-};
-
-class BesideAWriter : public testing::TestWithParam<unsigned long> {
- protected:
-  const TemporaryDirectory place_{"a b"};
-  const std::string path_ = place_.Path("busy.journal");
-  const BusyWriter writer_{path_, GetParam()};
-};
-
-TEST_P(BesideAWriter, InfoTellsWhatIsThere) {
-  const Outcome outcome = RunCommand({"info", path_, "--output", "json"});
-  ASSERT_EQ(outcome.status, 0) << outcome.err;
-  const json info = json::parse(outcome.out);
-  EXPECT_EQ(info["writer"], true);
-  EXPECT_EQ(info["records"], GetParam());
-  EXPECT_EQ(info["overwriting"], true);
-  EXPECT_LE(info["records_read"].get<std::uint64_t>(), GetParam());
-  EXPECT_TRUE(writer_.IsAtWork());
-}
-
-TEST_P(BesideAWriter, CheckFindsNoDamageAndSaysThatItIsInUse) {
-  const Outcome outcome = RunCommand({"check", path_, "--output", "json"});
-  EXPECT_EQ(outcome.status, kExitInUse) << outcome.out << outcome.err;
-  const json check = json::parse(outcome.out);
-  EXPECT_EQ(check["result"], "in_use");
-  EXPECT_EQ(check["writer"], true);
-  EXPECT_TRUE(check["findings"].empty()) << check["findings"];
-  EXPECT_TRUE(writer_.IsAtWork());
-}
-
-TEST_P(BesideAWriter, DumpShowsOnlyRecordsThatWereWritten) {
-  const Outcome outcome = RunCommand({"dump", path_, "--output", "json"});
-  ASSERT_EQ(outcome.status, 0) << outcome.err;
-  std::uint64_t last = 0;
-  for (const json& line : Lines(outcome.out)) {
-    ASSERT_GE(line["record"], last);
-    last = line["record"];
-    if (line["state"] == "gone") {
-      continue;
-    }
-    ASSERT_EQ(line["state"], "whole");
-    const PacketDbItemPacked made =
-        Made(static_cast<std::uint32_t>(last), line["m_Count"].get<std::uint32_t>() - 1);
-    ASSERT_EQ(line["m_SrcIp"], +made.m_SrcIp);
-    ASSERT_EQ(line["m_CountCopy"], +made.m_CountCopy);
-    ASSERT_EQ(line["m_PacketSize"], +made.m_PacketSize);
-    ASSERT_EQ(line["m_FirstTime"], +made.m_FirstTime);
-  }
-  EXPECT_TRUE(writer_.IsAtWork());
-}
-
-INSTANTIATE_TEST_SUITE_P(Capacities, BesideAWriter, testing::Values(10UL, 2000UL),
-                         testing::PrintToStringParamName());
-
-TEST(ExamineTest, DumpIsTheJournal) {
-  const TemporaryDirectory place;
-  std::vector<PacketDbItemPacked> records;
-  for (std::uint32_t i = 0; i < 3000; ++i) records.push_back(Made(i, i % 5));
-  const std::string path = place.Path("all.journal");
-  Store(path, records, 2000);
-  const std::vector<json> lines = Lines(RunCommand({"dump", path, "-o", "json", "--hex"}).out);
-  ASSERT_EQ(lines.size(), 2000U);
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    const PacketDbItemPacked& record = records[1000 + i];
-    ASSERT_EQ(lines[i]["record"], 1000 + i);
-    ASSERT_EQ(lines[i]["m_SrcIp"], +record.m_SrcIp);
-    ASSERT_EQ(lines[i]["m_Count"], +record.m_Count);
-    ASSERT_EQ(lines[i]["first_seen_unix"], record.m_FirstTime + TIME_1980_OFFSET);
-    std::string bytes;
-    for (const char byte : StoredAs(JournalFormat::k4, record)) {
-      constexpr char kDigits[] = "0123456789abcdef";
-      bytes += kDigits[static_cast<unsigned char>(byte) / 16];
-      bytes += kDigits[static_cast<unsigned char>(byte) % 16];
-    }
-    ASSERT_EQ(lines[i]["hex"], bytes);
-  }
-}
-
-TEST(ExamineTest, LooksAtJournalsOfEveryFormat) {
-  const TemporaryDirectory place("a b");
-  for (const JournalFormat format : {JournalFormat::k3, JournalFormat::k41, JournalFormat::k4}) {
-    const std::string name(FormatName(format));
-    Store(place.Path(name), {RecordAt(0), RecordAt(1)}, 10, format);
-    for (const char* command : {"info", "check", "dump"}) {
-      const Outcome outcome = RunCommand({command, place.Path(name), "-o", "json"});
-      EXPECT_EQ(outcome.status, 0) << command << " " << outcome.err;
-      EXPECT_EQ(Lines(outcome.out).front()["format"], name);
-    }
-  }
-}
-
 TEST(ExamineTest, ChangesNothingAndLetsAWriterIn) {
   const TemporaryDirectory place;
   const std::string path = place.Path("all.journal");
   Store(path, {RecordAt(0), RecordAt(1)});
-  Overwrite(path, 4160, "\x02");  // an interrupted overwrite stays one
+  Overwrite(path, kStateOffset + 20, "x");  // what a writer would repair
   const auto before = Contents(place.path());
   for (const char* command : {"info", "check", "dump"}) RunCommand({command, path});
   EXPECT_EQ(Contents(place.path()), before);
@@ -248,16 +93,17 @@ std::string SoundJournal(const TemporaryDirectory& place) {
   return place.Path("journal");
 }
 
-// The sound journal with one number of its header changed under a good checksum.
+// The sound journal with one number of its superblocks changed under a good checksum.
 std::string WithHeader(const TemporaryDirectory& place,
-                       const std::function<void(HeaderPage*)>& change) {
+                       const std::function<void(Superblock*)>& change) {
   const std::string path = SoundJournal(place);
-  std::string bytes = ReadFile(path).substr(0, sizeof(HeaderPage));
-  HeaderPage header = {};
-  bytes.copy(reinterpret_cast<char*>(&header), sizeof header);
-  change(&header);
-  header.checksum = HeaderChecksum(header);
-  Overwrite(path, 0, std::string(reinterpret_cast<const char*>(&header), sizeof header));
+  std::string bytes = ReadFile(path).substr(0, sizeof(Superblock));
+  Superblock block = {};
+  bytes.copy(reinterpret_cast<char*>(&block), sizeof block);
+  change(&block);
+  block.checksum = ChecksumOf(block);
+  bytes.assign(reinterpret_cast<const char*>(&block), sizeof block);
+  Overwrite(path, 0, bytes + bytes);
   return path;
 }
 
@@ -293,7 +139,7 @@ const BadFile kBadFiles[] = {
      kExitFailed, kExitFailed, "not a record file"},
     {"LongText", [](const auto& place) { return place.File("file", std::string(9000, 'x')); },
      kExitFailed, kExitFailed, "not a record file"},
-    {"TruncatedHeader",
+    {"TruncatedSuperblock",
      [](const auto& place) {
        const std::string path = SoundJournal(place);
        std::filesystem::resize_file(path, 1000);
@@ -303,51 +149,45 @@ const BadFile kBadFiles[] = {
     {"TruncatedSlots",
      [](const auto& place) {
        const std::string path = SoundJournal(place);
-       std::filesystem::resize_file(path, 8200);
+       std::filesystem::resize_file(path, kCellsOffset + 20);
        return path;
      },
      kExitFailed, kExitDamaged, "shorter than its header says"},
     {"TooLong",
      [](const auto& place) {
        const std::string path = SoundJournal(place);
-       std::filesystem::resize_file(path, 100000);
+       std::filesystem::resize_file(path, 1000000);
        return path;
      },
      kExitFailed, kExitDamaged, "longer than its header says"},
-    {"DamagedHeader",
+    {"DamagedSuperblocks",
      [](const auto& place) {
        const std::string path = SoundJournal(place);
        Overwrite(path, 500, "x");
+       Overwrite(path, kPageSize + 500, "x");
        return path;
      },
-     kExitFailed, kExitDamaged, "the header of the record file is damaged"},
+     kExitFailed, kExitDamaged, "both superblocks of the record file are damaged"},
     {"AbsurdHeader",
      [](const auto& place) {
-       return WithHeader(place, [](HeaderPage* h) { h->capacity = h->slot_count = ~0ULL; });
+       return WithHeader(place, [](Superblock* b) { b->capacity = b->slot_count = ~0ULL; });
      },
      kExitFailed, kExitDamaged, "contradict each other"},
     {"HugeSlots",
      [](const auto& place) {
-       return WithHeader(place, [](HeaderPage* h) { h->record_size = h->slot_size = 0xFFFFFFF8; });
+       return WithHeader(place, [](Superblock* b) { b->record_size = b->frame_size = 0xFFFFFFF8; });
      },
      kExitFailed, kExitDamaged, "contradict each other"},
     {"OtherByteOrder",
      [](const auto& place) {
-       return WithHeader(place, [](HeaderPage* h) { h->byte_order_mark = kSwappedByteOrderMark; });
+       return WithHeader(place, [](Superblock* b) { b->byte_order_mark = kSwappedByteOrderMark; });
      },
      kExitFailed, kExitFailed, "the other byte order"},
     {"LaterLayout",
      [](const auto& place) {
-       return WithHeader(place, [](HeaderPage* h) { h->layout_version = 99; });
+       return WithHeader(place, [](Superblock* b) { b->layout_version = 99; });
      },
      kExitFailed, kExitFailed, "a layout that this program does not know"},
-    {"DamagedState",
-     [](const auto& place) {
-       const std::string path = SoundJournal(place);
-       Overwrite(path, 4096, std::string(8, '\xff'));
-       return path;
-     },
-     kExitFailed, kExitDamaged, "the state page of the record file is damaged"},
     {"OtherMagic", [](const auto& place) { return OtherRecords(place, "Weather", 72); },
      kExitFailed, kExitFailed, "its magic is 'Weather'"},
     {"OtherRecordSize",
@@ -363,6 +203,38 @@ const BadFile kBadFiles[] = {
 
 INSTANTIATE_TEST_SUITE_P(Kinds, ExaminedFileTest, testing::ValuesIn(kBadFiles),
                          [](const auto& row) { return row.param.name; });
+
+// What two superblocks tell, one tells as well; and without its state page a journal is searched.
+TEST(ExamineTest, ShowsWhatCanBeReadOfADamagedJournal) {
+  for (const std::uint64_t position : {std::uint64_t{500}, kPageSize + 500, kNextOffset}) {
+    const TemporaryDirectory place;
+    const std::string path = SoundJournal(place);
+    Overwrite(path, position, std::string(8, '\xff'));
+    EXPECT_EQ(RunCommand({"check", path}).status, kExitDamaged);
+    EXPECT_EQ(RunCommand({"info", path}).status, 0);
+    const std::string dump = RunCommand({"dump", path, "-o", "json"}).out;
+    EXPECT_EQ(std::count(dump.begin(), dump.end(), '\n'), 2);
+  }
+}
+
+TEST(ExamineTest, SavesTheRecordsOfAJournalWithoutSuperblocks) {
+  const TemporaryDirectory place("a b");
+  const std::string path = SoundJournal(place);
+  const std::string saved = place.Path("saved");
+  const std::string dump = RunCommand({"dump", path, "--hex"}).out;
+  Overwrite(path, 0, std::string(kStateOffset, '\0'));
+  const std::string before = ReadFile(path);
+  EXPECT_EQ(RunCommand({"check", path}).status, kExitFailed);
+  const Outcome outcome = RunCommand({"check", "--rescue", saved, path});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("2 records to " + saved));
+  EXPECT_EQ(ReadFile(path), before);
+  EXPECT_EQ(RunCommand({"check", saved}).status, 0);
+  EXPECT_EQ(RunCommand({"dump", saved, "--hex"}).out, dump);
+  EXPECT_EQ(RunCommand({"check", "--rescue", saved, path}).status, kExitFailed);
+  EXPECT_EQ(RunCommand({"check", "--rescue", place.Path("x"), path, "--seed", ""}).status, 2);
+  EXPECT_EQ(RunCommand({"check", path, "--seed", "1"}).status, 2) << "without --rescue";
+}
 
 TEST(ExamineTest, FileIsRequiredAndFormatsAreKnown) {
   for (const char* command : {"info", "check", "dump"}) {

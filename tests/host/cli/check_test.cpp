@@ -24,28 +24,31 @@ TEST_F(Check, AJournalThatAWriterLeftIsClean) {
 
 TEST_F(Check, ADamagedJournalSaysWhere) {
   Store(path_, {RecordAt(0)});
-  Overwrite(path_, 4104, "x");
+  Overwrite(path_, kPadding, "x");
   const Ran ran = RunText();
   EXPECT_EQ(ran.status, kExitDamaged);
   EXPECT_EQ(
       ran.out,
-      "byte 4104       damage  padding: the padding of the state is not all zeros (1 byte)\n" +
-          path_ + ": damaged: 1 place damaged, 0 warnings, 0 notes; 1 record of format 4 read\n");
+      "byte 8192       damage  state: the state page is damaged: its checksum does not go with it\n"
+      "byte 8212       damage  padding: the padding of the state page is not all zeros (1 byte)\n" +
+          path_ + ": damaged: 2 places damaged, 0 warnings, 0 notes; 1 record of format 4 read\n");
   EXPECT_EQ(ran.err, "");
 }
 
 TEST_F(Check, TellsTheSameAsJson) {
   Store(path_, {RecordAt(0)});
-  Overwrite(path_, 4104, "x");
+  Overwrite(path_, kPadding, "x");
   const Ran ran = RunJson();
   EXPECT_EQ(ran.status, kExitDamaged);
   nlohmann::json expected = nlohmann::json::parse(R"({
     "result": "damaged", "writer": false, "format": "4", "records_read": 1,
-    "records_overwritten": 0, "records_unstable": 0, "records_missing": 0, "damage": 1,
-    "warnings": 0, "notes": 0, "findings_left_out": 0,
-    "findings": [{"position": 4104, "severity": "damage", "kind": "padding"}]})");
+    "records_overwritten": 0, "records_damaged": 0, "records_lost": 0,
+    "records_missing": 0, "damage": 2, "warnings": 0, "notes": 0, "findings_left_out": 0,
+    "findings": [{"position": 8192, "severity": "damage", "kind": "state"},
+                 {"position": 8212, "severity": "damage", "kind": "padding"}]})");
   expected["file"] = path_;
-  expected["findings"][0]["text"] = "the padding of the state is not all zeros (1 byte)";
+  expected["findings"][0]["text"] = "the state page is damaged: its checksum does not go with it";
+  expected["findings"][1]["text"] = "the padding of the state page is not all zeros (1 byte)";
   EXPECT_EQ(nlohmann::json::parse(ran.out), expected);
 }
 
@@ -56,7 +59,7 @@ TEST_F(Check, AJournalThatIsBeingWrittenIsInUse) {
   EXPECT_EQ(RunText().status, kExitInUse);
   EXPECT_THAT(RunText().out, HasSubstr(": no damage, but a writer has it open: "));
   EXPECT_EQ(Json()["result"], "in_use");
-  Overwrite(path_, 4104, "x");
+  Overwrite(path_, kPadding, "x");
   EXPECT_EQ(RunText().status, kExitDamaged) << "damage counts for more";
 }
 
@@ -104,7 +107,7 @@ TEST_F(Check, ListsDamageBeforeWarnings) {
   Store(path_, records, 2000);
   const std::vector<Found> findings = Findings();
   ASSERT_EQ(findings.size(), 750U);
-  EXPECT_EQ(findings[0], (Found{kSlots + 1500 * 72 + kCount, "damage", "count"}));
+  EXPECT_EQ(findings[0], (Found{At(1500) + kCount, "damage", "count"}));
 }
 
 TEST_F(Check, NoNumberOfWarningsKeepsDamageFromBeingListed) {
@@ -143,7 +146,7 @@ TEST_F(Check, RefusesADamagedRecordFileThatIsNoJournal) {
   CDbFile file;
   ASSERT_EQ(file.Init(path_, "Weather", 80, 10, 5), 0);
   file.Done();
-  std::filesystem::resize_file(path_, kSlots + 100);
+  std::filesystem::resize_file(path_, 50000);
   EXPECT_EQ(RunText().status, kExitFailed);
   EXPECT_THAT(RunText().err, HasSubstr("its magic is 'Weather'"));
 }

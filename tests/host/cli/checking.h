@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/cli/check_command.h"
+#include "host/record_file/layout.h"
 #include "tests/host/cli/examining.h"
 
 namespace packetdb::host::test {
@@ -14,7 +15,16 @@ namespace packetdb::host::test {
 // Position, severity and kind.
 using Found = std::tuple<std::uint64_t, std::string, std::string>;
 
-inline constexpr std::uint64_t kSlots = 8192;
+// Where the record i of a journal is that never wrapped: each cell of 512 bytes holds some.
+inline std::uint64_t At(std::uint64_t i, JournalFormat format = JournalFormat::k4) {
+  const std::uint64_t frame = format == JournalFormat::k4 ? 80 : 72;
+  const std::uint64_t in_cell = kCellSize / frame;
+  return kCellsOffset + i / in_cell * kCellSize + i % in_cell * frame;
+}
+
+// A byte of the state page that is always zero.
+inline constexpr std::uint64_t kPadding = kStateOffset + 20;
+
 // Offsets in a record of format 4.
 inline constexpr std::uint64_t kDword23 = 0x2B;
 inline constexpr std::uint64_t kCount = 0x2F;

@@ -4,6 +4,7 @@
 #include "host/cli/journal_record.h"
 #include "host/cli/record_printer.h"
 #include "host/cli/usage_error.h"
+#include "host/record_file/layout.h"
 #include "tests/host/cli/captured.h"
 #include "tests/host/cli/examining.h"
 #include "tests/host/journals/support.h"
@@ -50,7 +51,7 @@ TEST_F(Dump, PrintsEveryField) {
   record.m_LastTime += 60;
   Store(path_, {record});
   EXPECT_EQ(RunIt().out,
-            "record 0, byte 8192\n"
+            "record 0, byte 12288\n"
             "  m_AdapterNameHash  17297757506775570040\n"
             "  m_SrcIp            167772161  10.0.0.1\n"
             "  m_DstIp            167772162  10.0.0.2\n"
@@ -76,7 +77,7 @@ TEST_F(Dump, PrintsEveryField) {
 TEST_F(Dump, PrintsEveryFieldAsJson) {
   Store(path_, {RecordAt(0, 3)});
   EXPECT_THAT(Json(), ElementsAre(nlohmann::json::parse(R"({
-    "record": 0, "state": "whole", "byte": 8192, "format": "4",
+    "record": 0, "state": "whole", "byte": 12288, "format": "4",
     "m_AdapterNameHash": 17297757506775570040, "m_SrcIp": 167772161, "m_DstIp": 167772162,
     "m_Flags": 33, "m_ErrorCode": 1, "m_Word10": 2048, "m_Protocol": 17, "m_SrcPort": 40000,
     "m_DstPort": 53, "m_SrcId": 7, "m_DstId": 8, "m_Dword1F": 31, "m_Dword23": 0, "m_Count": 3,
@@ -171,28 +172,35 @@ TEST_F(Dump, RefusesRangesThatMakeNoSense) {
   EXPECT_EQ(UsageErrorOf("3", "2"), "the range of records is empty: --from is beyond --to");
 }
 
-TEST_F(Dump, PrintsAnInterruptedOverwriteFromTheRedoRecord) {
-  Store(path_, {RecordAt(0), RecordAt(1)});
-  Overwrite(path_, 4160, "\x02");
-  Overwrite(path_, 4224, StoredAs(JournalFormat::k4, RecordAt(1, 9)));
-  const auto records = Json();
-  EXPECT_EQ(records[1]["m_Count"], 9);
-  EXPECT_EQ(records[1]["byte"], 4224);
+TEST_F(Dump, NamesDamagedRecordsAndLostOnes) {
+  Store(path_, {RecordAt(0), RecordAt(1), RecordAt(2), RecordAt(3)});
+  constexpr std::uint64_t kFrame = 80;
+  Overwrite(path_, kCellsOffset + kFrame, "y");
+  Overwrite(path_, kCellsOffset + 2 * kFrame, std::string(kFrame, '\0'));
+  const Ran ran = RunIt();
+  EXPECT_EQ(ran.status, kExitDamaged);
+  EXPECT_THAT(ran.out,
+              HasSubstr("\nrecord 1, damaged: what is stored does not go with its checksum\n"
+                        "record 2, lost: not flushed to the disk before the machine "
+                        "stopped\nrecord 3, byte "));
+  EXPECT_EQ(ran.err, "packetdb: " + path_ + ": a record is damaged; packetdb check tells more\n");
+  Overwrite(path_, kCellsOffset + 3 * kFrame, "y");
+  EXPECT_THAT(RunIt().err, HasSubstr(": 2 records are damaged; packetdb check tells more\n"));
 }
 
 TEST_F(Dump, TellsRunsOfRecordsThatWereOverwrittenMeanwhile) {
   EXPECT_EQ(Printed([](std::FILE* out) {
               PrintUnread(RecordFate::kGone, 4, 4, OutputFormat::kText, out);
               PrintUnread(RecordFate::kGone, 5, 900, OutputFormat::kText, out);
-              PrintUnread(RecordFate::kUnstable, 901, 901, OutputFormat::kText, out);
+              PrintUnread(RecordFate::kDamaged, 901, 901, OutputFormat::kText, out);
               PrintUnread(RecordFate::kGone, 5, 900, OutputFormat::kJson, out);
-              PrintUnread(RecordFate::kUnstable, 901, 901, OutputFormat::kJson, out);
+              PrintUnread(RecordFate::kDamaged, 901, 901, OutputFormat::kJson, out);
             }),
             "record 4, gone: overwritten by newer ones meanwhile\n"
             "records 5 to 900, gone: overwritten by newer ones meanwhile\n"
-            "record 901, unstable: changed whenever it was read\n"
+            "record 901, damaged: what is stored does not go with its checksum\n"
             "{\"record\":5,\"last_record\":900,\"state\":\"gone\"}\n"
-            "{\"record\":901,\"last_record\":901,\"state\":\"unstable\"}\n");
+            "{\"record\":901,\"last_record\":901,\"state\":\"damaged\"}\n");
 }
 
 TEST_F(Dump, RefusesARecordFileThatIsNoJournal) {

@@ -5,6 +5,7 @@
 #include "host/cli/check_records.h"
 #include "host/cli/dump_command.h"
 #include "host/cli/info_command.h"
+#include "host/record_file/layout.h"
 #include "tests/host/cli/examining.h"
 #include "tests/host/journals/support.h"
 
@@ -15,7 +16,7 @@ class Guide : public Examining {
  protected:
   Guide() {
     Store(path_, {RecordAt(0), RecordAt(100)});
-    Overwrite(path_, 4104, "x");
+    Overwrite(path_, kStateOffset + 20, "x");
   }
 
   // Fields are named from the first to the last of them.
@@ -43,6 +44,19 @@ TEST_F(Guide, NamesTheKeysOfCheck) {
   for (const char* key : {"position", "severity", "kind", "text"}) ExpectNamed(key);
 }
 
+TEST_F(Guide, NamesTheKeysOfRescue) {
+  ExpectKeysNamed([this] {
+    return RunCheck({path_, "json", {directory_.Path("saved"), "", "", ""}});
+  });
+}
+
+TEST_F(Guide, NamesTheStatesOfAFileAndOfARecord) {
+  for (const char* word :
+       {"closed", "open", "not_closed", "flush_failed", "damaged", "gone", "lost"}) {
+    ExpectNamed(word);
+  }
+}
+
 TEST_F(Guide, NamesTheKeysOfDump) {
   ExpectKeysNamed([this] { return RunDump({path_, "json", "1", "1", true}); });
   ExpectNamed("last_record");
@@ -50,9 +64,10 @@ TEST_F(Guide, NamesTheKeysOfDump) {
 
 TEST_F(Guide, NamesTheKindsOfFindings) {
   for (const std::string_view kind :
-       {kFindSignature, kFindChecksum, kFindNumber, kFindReserved, kFindLength, kFindCommitWord,
-        kFindRedoWord, kFindRedoPending, kFindPadding, kFindUnusedSlot, kFindCount, kFindCountCopy,
-        kFindTimes, kFindOrder, kFindUnstable, kFindReservedField, kFindConversion}) {
+       {kFindSuperblock, kFindNumber,      kFindReserved,    kFindLength,        kFindState,
+        kFindRedo,       kFindFrame,       kFindUnusedSlot,  kFindPadding,       kFindLost,
+        kFindNotClosed,  kFindFlushFailed, kFindRedoPending, kFindAppendPending, kFindCount,
+        kFindCountCopy,  kFindTimes,       kFindOrder,       kFindReservedField, kFindConversion}) {
     ExpectNamed(std::string(kind));
   }
 }

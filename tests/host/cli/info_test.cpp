@@ -2,7 +2,9 @@
 
 #include "host/cli/info_command.h"
 #include "host/cli/info_report.h"
+#include "host/cli/times.h"
 #include "host/cli/usage_error.h"
+#include "host/record_file/inspect.h"
 #include "host/record_file/open.h"
 #include "tests/host/cli/captured.h"
 #include "tests/host/cli/examining.h"
@@ -29,6 +31,14 @@ class Info : public Examining {
     EXPECT_EQ(ran.status, kExitOk) << ran.err;
     return nlohmann::json::parse(ran.out);
   }
+  // When the file was made.
+  std::string MadeText() const {
+    FileFacts facts;
+    Descriptor file;
+    EXPECT_EQ(OpenUnlocked(path_, Access::kRead, &file), kRecordFileOk);
+    EXPECT_EQ(Inspect(file, &facts), kRecordFileOk);
+    return LocalTime(static_cast<std::int64_t>(facts.superblock.created_ns / 1'000'000'000));
+  }
   // The bytes of all packets, and more of them in the newest tenth: one every 10 seconds for 90
   // seconds, then one a second.
   std::vector<PacketDbItemPacked> Accelerating() const {
@@ -44,7 +54,10 @@ TEST_F(Info, TellsWhatAJournalHolds) {
   EXPECT_EQ(Text(), "file          " + path_ +
                         "\n"
                         "format        4, records of 72 bytes\n"
-                        "size          11000 bytes\n"
+                        "layout        2, made " +
+                        MadeText() +
+                        "\n"
+                        "size          368640 bytes\n"
                         "records       19 of 38, 50.0 % full; numbers 0 to 18\n"
                         "oldest        2020-09-13 12:26:40, first seen\n"
                         "newest        2020-09-13 12:28:20, last seen\n"
@@ -54,13 +67,22 @@ TEST_F(Info, TellsWhatAJournalHolds) {
                         "time, 10 s\n"
                         "room          19 records, 19 s at the recent rate before the oldest is "
                         "overwritten\n"
-                        "writer        none has it open\n");
+                        "writer        none has it open\n"
+                        "state         closed\n"
+                        "flushed       all records\n");
 }
 
 TEST_F(Info, TellsTheSameAsJson) {
   Store(path_, Accelerating(), 38);
-  EXPECT_EQ(Json(), nlohmann::json::parse(R"({
-    "format": "4", "layout_version": 1, "record_size": 72, "file_bytes": 11000, "writer": false,
+  nlohmann::json info = Json();
+  EXPECT_EQ(LocalTime(info["created_unix"]), MadeText());
+  info.erase("created");
+  info.erase("created_unix");
+  EXPECT_EQ(info, nlohmann::json::parse(R"({
+    "format": "4", "layout_version": 2, "record_size": 72, "file_bytes": 368640, "writer": false,
+    "state": "closed", "flushed_to": 19, "overwrites": 0, "overwrites_flushed": 0, "dropped": 0,
+    "damaged_ever": 0, "lost_ever": 0, "searches": 0, "records_gone": 0, "records_damaged": 0,
+    "records_lost": 0,
     "records": 19, "next_record": 19, "records_read": 19, "capacity": 38, "fill_percent": 50.0,
     "overwriting": false, "seconds_to_overwriting": 19, "seconds_kept": 38, "packets": 57,
     "oldest": "2020-09-13T12:26:40+00:00", "oldest_unix": 1600000000,
@@ -166,7 +188,8 @@ TEST_F(Info, CountsWhatWasOverwrittenMeanwhile) {
   ASSERT_EQ(OpenUnlocked(path_, Access::kRead, &file), kRecordFileOk);
   Snapshot snapshot(file);
   ASSERT_EQ(snapshot.Begin(), kRecordFileOk);
-  AppendTo(writer, JournalFormat::k4, RecordAt(3, 5));
+  constexpr std::uint32_t kSlots = 4128;
+  for (std::uint32_t i = 3; i <= kSlots; ++i) AppendTo(writer, JournalFormat::k4, RecordAt(i, 5));
   InfoReport info;
   info.facts = snapshot.facts();
   ASSERT_EQ(Summarise(snapshot, JournalFormat::k4, &info.summary), kRecordFileOk);
@@ -174,7 +197,16 @@ TEST_F(Info, CountsWhatWasOverwrittenMeanwhile) {
   EXPECT_EQ(info.summary.packets, 10U);
   EXPECT_EQ(info.summary.oldest, kStart + 1);
   EXPECT_THAT(Printed([&](std::FILE* out) { PrintInfoText(info, out); }),
-              HasSubstr("not counted   1 record that changed while they were read\n"));
+              HasSubstr("not counted   1 record that newer ones replaced meanwhile\n"));
+}
+
+TEST_F(Info, TellsOfRecordsThatAreNotThere) {
+  Store(path_, {RecordAt(0), RecordAt(1), RecordAt(2), RecordAt(3)});
+  Overwrite(path_, kCellsOffset + 80, "y");
+  Overwrite(path_, kCellsOffset + 160, std::string(80, '\0'));
+  EXPECT_THAT(Text(), HasSubstr("not there     2 records: 1 damaged, 1 lost in a power cut\n"));
+  EXPECT_EQ(Json()["records_damaged"], 1);
+  EXPECT_EQ(Json()["records_lost"], 1);
 }
 
 TEST_F(Info, ShowsAnyPath) {
