@@ -69,7 +69,7 @@ TEST_F(RecordFileHoles, TheNextCountSkipsAllDamageThereIs) {
   DamageRecord(path_, 3);
   for (const int mode : {kModeRead, kModeWrite}) {
     ASSERT_EQ(Open(file_, path_, mode, 10), kRecordFileOk);
-    if (mode == kModeRead) EXPECT_EQ(file_.RecordCount(), 5) << "not met yet";
+    EXPECT_EQ(file_.RecordCount(), 5) << "not met yet";
     Read(1);
     EXPECT_EQ(file_.RecordCount(), 3);
     EXPECT_THAT(Values(file_), ElementsAre(1, 3, 5)) << "mode " << mode;
@@ -94,18 +94,15 @@ TEST_F(RecordFileHoles, AWriterNotesThemAndTheNextOpeningKnows) {
 
 TEST_F(RecordFileHoles, AreCountedOnceHoweverOftenTheyAreFound) {
   DamageRecord(path_, 1);
-  for (int round = 0; round < 3; ++round) {
-    ASSERT_EQ(Open(file_, path_, kModeWrite, 10), kRecordFileOk);
-    if (round == 0) Read(1);
-    EXPECT_EQ(file_.RecordCount(), 4);
-    ASSERT_GE(Append(file_, 100), 0);
-    ASSERT_GE(Overwrite(file_, 4 + round + 1, 101), 0);
+  ASSERT_EQ(Open(file_, path_, kModeWrite, 10), kRecordFileOk);
+  Read(1);
+  for (std::uint64_t value = 6; value < 9; ++value) {
+    EXPECT_EQ(file_.RecordCount(), static_cast<int>(value) - 2);
+    ASSERT_GE(Append(file_, value), 0);
     file_.Done();
-    if (round < 2) ASSERT_EQ(State().damaged, 1U);
-    DamageRecord(path_, 5);  // another one, in a fixed place
-    DamageRecord(path_, 5);  // and whole again
+    EXPECT_EQ(State().damaged, 1U);
+    ASSERT_EQ(Open(file_, path_, kModeWrite, 10), kRecordFileOk);
   }
-  EXPECT_EQ(State().damaged, 1U);
 }
 
 TEST_F(RecordFileHoles, AReaderNotesNothing) {
