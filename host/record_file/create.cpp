@@ -109,11 +109,9 @@ RecordFileResult Creation::Publish(Predecessor predecessor, Descriptor* file) {
   if (FlushFile(file_) != 0) return ResultFromErrno(errno);
   RecordFileResult result = Rename(predecessor);
   if (result < 0) return result;
-  result = FlushFolderOf(path_);
-  Descriptor published = std::move(file_);
+  *file = std::move(file_);
   file_ = Descriptor();
-  if (result == kRecordFileOk) *file = std::move(published);
-  return result;
+  return FlushFolderOf(path_);
 }
 
 RecordFileResult Creation::Rename(Predecessor predecessor) {

@@ -121,6 +121,8 @@ RecordFileResult OpenFile::Resize(const OpenRequest& request) {
   RecordFileResult result = BuildResizedFile(request, &file);
   // Skipping what it met: damage is no reason to keep the file as it is.
   if (result == kDamagedRecord) result = BuildResizedFile(request, &file);
+  // What would be written to the old one now, nobody would find.
+  if (result < 0 && file.IsOpen()) return result;
   if (result < 0) {
     const std::string text = path_ + ": still keeps " + std::to_string(facts_.format.capacity) +
                              " records, not " + std::to_string(request.format.capacity) + ": " +
