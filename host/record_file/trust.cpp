@@ -31,11 +31,13 @@ RecordFileResult RequireOurs(const std::string& path, const Descriptor& file) {
   return status.st_nlink > 1 && !IsOurFolder(path) ? kLinkedElsewhere : kRecordFileOk;
 }
 
-bool IsOurFolder(const std::string& path) {
+RecordFileResult RequireOurFolder(const std::string& path) {
   struct stat status = {};
-  if (stat(FolderOf(path).c_str(), &status) != 0) return false;
-  const bool is_ours = status.st_uid == geteuid() || status.st_uid == kSuperuser;
-  return is_ours && (status.st_mode & kOthersMayWrite) == 0;
+  if (stat(FolderOf(path).c_str(), &status) != 0) return ResultFromErrno(errno);
+  if (status.st_uid != geteuid() && status.st_uid != kSuperuser) return kForeignOwner;
+  return (status.st_mode & kOthersMayWrite) != 0 ? kWritableByOthers : kRecordFileOk;
 }
+
+bool IsOurFolder(const std::string& path) { return RequireOurFolder(path) == kRecordFileOk; }
 
 }  // namespace packetdb::host
