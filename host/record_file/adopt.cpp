@@ -19,8 +19,7 @@ namespace {
 // The system, or somebody who is at it, keeps us from telling what is there. To go on as if nothing
 // were would hide a journal behind an empty one.
 bool CannotTell(RecordFileResult result) {
-  const bool is_of_the_system = result <= kNoSpace && result >= kSystemError;
-  return is_of_the_system || result == kInUse || result == kUnsettled;
+  return result <= kNoSpace || result == kInUse || result == kUnsettled;
 }
 
 RecordFileResult LookAt(const Descriptor& file, const RecordFormat& wanted) {

@@ -95,9 +95,7 @@ RecordFileResult Creation::Fill(const RecordFormat& format, std::uint64_t first_
   const std::uint64_t length = InitialLength(superblock_);
   RecordFileResult result = AllocateSpace(file_, 0, length);
   if (result < 0) return result;
-  Medium medium;
-  result = medium.Open(file_, 0, length, Access::kWrite, Way::kByCalls);
-  if (result < 0) return result;
+  Medium medium = Medium::ByCalls(file_);
   const StatePage state = MakeState(first_sequence, 0);
   result = medium.Write(kSuperblockAOffset, &superblock_, sizeof superblock_);
   if (result < 0) return result;
