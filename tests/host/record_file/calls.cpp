@@ -145,7 +145,7 @@ int fcntl(int fd, int command, ...) {
 }
 
 ssize_t read(int fd, void* bytes, size_t size) {
-  const auto instead = Ask({Call::kRead});
+  const auto instead = Ask({Call::kRead, "", bytes});
   return instead ? *instead : Real<ssize_t(int, void*, size_t)>(Call::kRead)(fd, bytes, size);
 }
 

@@ -40,7 +40,7 @@ const char* NameOf(Call call);
 struct Made {
   Call call = Call::kOpen;
   const char* path = "";  // kOpen, kStat, kLstat, kRename (to where), kUnlink
-  void* out = nullptr;    // kStat, kFstat, kFstatfs, kIoctl: what the call would fill
+  void* out = nullptr;    // kStat, kFstat, kLstat, kRead, kFstatfs, kIoctl: what it would fill
 };
 
 // What it returns instead; -1 leaves the error in errno.

@@ -94,6 +94,22 @@ void MakeWithOneSuperblock(World& world) {
   FlipByte(world.path, 100);
 }
 
+// Known to have a hole, so that all of it is looked at.
+void MakeWithHole(World& world) {
+  MakeClosed(world);
+  DamageRecord(world.path, 3);
+  const ThoroughOpening thorough;
+  CDbFile writer;
+  ASSERT_EQ(Open(writer, world.path, kModeWrite, 5), kRecordFileOk);
+  world.sure = {3, 5, 6, 7};
+  world.capacity = 4;
+}
+
+void MakeWithLeftover(World& world) {
+  MakeClosed(world);
+  WriteBytes(world.path + ".~new", Bytes(100, 'x'));
+}
+
 void MakeWithTornRedo(World& world) {
   MakeKilled(world);
   FlipByte(world.path, OffsetOf(GeometryOfFile(world.path), 6) + 5);
@@ -148,6 +164,8 @@ constexpr Scenario kScenarios[] = {
     {"RestoreSuperblock", MakeWithOneSuperblock, OpenToWrite},
     {"ClearRedo", MakeWithTornRedo, OpenToWrite},
     {"Shrink", MakeToShrink, Shrink},
+    {"WriteWithHole", MakeWithHole, [](World& world) { world.Run(kModeWrite, 5); }},
+    {"WriteBesideLeftover", MakeWithLeftover, OpenToWrite},
     {"Adopt", MakeConverted, OpenOrCreateIt},
     {"Grow", MakeFull, OpenToWrite},
 };

@@ -1,8 +1,10 @@
 // Files without a bound, and sequence numbers where their 31-bit tickets and their halves wrap.
 #include <csignal>
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 
+#include "host/record_file/settings.h"
 #include "tests/host/record_file/child.h"
 #include "tests/host/record_file/journal.h"
 
@@ -70,6 +72,27 @@ TEST_F(RecordFileNumbers, AnUnboundedFileCutInItsGrowthIsSound) {
   for (std::uint64_t value = 3; value <= 40000; ++value) ASSERT_GE(Append(file_, value), 0);
 
   EXPECT_EQ(Values(file_).back(), 40000U);
+}
+
+// Nearly all of it is not there: the file has no bytes where nothing was written.
+TEST_F(RecordFileNumbers, AFileHasNoMoreRecordsThanCanBeNumbered) {
+  RecordFileSettings settings;
+  settings.by_calls = true;
+  SetRecordFileSettings(settings);
+  const std::string path = disk_.NewPath();
+  ASSERT_EQ(file_.Init(path, "m", 1, kNoBound, kModeMissing), kRecordFileOk);
+  file_.Done();
+  Bytes bytes = ReadBytes(path);
+  StatePage state = StateOf(bytes);
+  state.next = kMaxRecords - 1;
+  PutSoundState(state, &bytes);
+  WriteBytes(path, bytes);
+  std::filesystem::resize_file(path, FileLength(kMaxRecords, FramesPerCell(FrameSize(1))));
+  ASSERT_EQ(file_.Init(path, "m", 1, kNoBound, kModeWrite), kRecordFileOk);
+  EXPECT_EQ(file_.AppendRecord("x"), 0x7FFFFFFE);
+  EXPECT_EQ(file_.AppendRecord("x"), kTooManyRecords);
+  EXPECT_EQ(file_.RecordCount(), 0x7FFFFFFF);
+  SetRecordFileSettings({});
 }
 
 TEST_F(RecordFileNumbers, TicketsWrapWithTheirRecordsAlive) {

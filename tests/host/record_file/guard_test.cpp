@@ -154,6 +154,18 @@ TEST_F(GuardDeathTest, HandsOnToAPlainHandler) {
       testing::ExitedWithCode(17), "");
 }
 
+TEST_F(GuardDeathTest, HandsOnASignalThatSomebodySent) {
+  EXPECT_EXIT(
+      {
+        std::signal(SIGBUS, [](int) { std::exit(19); });
+        CutMapping guarded;
+        const MappingGuard guard(guarded.at(), kLength);
+        raise(SIGBUS);
+        std::exit(1);
+      },
+      testing::ExitedWithCode(19), "");
+}
+
 TEST_F(GuardDeathTest, HandsOnToAHandlerThatAsksForMore) {
   EXPECT_EXIT(
       {

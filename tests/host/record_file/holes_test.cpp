@@ -126,6 +126,15 @@ TEST_F(RecordFileHoles, AnOverwrittenHoleIsARecordAgain) {
   EXPECT_EQ(State().known_holes, 0U);
 }
 
+TEST_F(RecordFileHoles, WhatWasOverwrittenBeforeTheNextCountIsNoHole) {
+  DamageRecord(path_, 1);
+  ASSERT_EQ(Open(file_, path_, kModeWrite, 10), kRecordFileOk);
+  EXPECT_EQ(Read(1), kDamagedRecord);
+  ASSERT_EQ(Overwrite(file_, 1, 20), kRecordFileOk);
+  EXPECT_THAT(Values(file_), ElementsAre(1, 20, 3, 4, 5));
+  EXPECT_EQ(State().damaged, 0U);
+}
+
 TEST_F(RecordFileHoles, LeaveWithTheOldestRecords) {
   const std::string path = MakeJournal(disk_, 3, 3);
   DamageRecord(path, 0);

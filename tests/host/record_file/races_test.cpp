@@ -1,4 +1,5 @@
 // What other processes do between two system calls of ours, and what single calls can answer.
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -6,6 +7,7 @@
 #include <linux/magic.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
+#include <unistd.h>
 
 #include "host/record_file/create.h"
 #include "host/record_file/folder.h"
@@ -34,6 +36,13 @@ class RecordFileRaces : public testing::Test {
   int OpenWith(Hook hook, int mode = kModeMissing) {
     const Interposition interposition(std::move(hook));
     return Open(file_, path_, mode);
+  }
+
+  static void UseCalls() {
+    RecordFileSettings settings;
+    settings.by_calls = true;
+    settings.sync.mode = SyncMode::kNever;
+    SetRecordFileSettings(settings);
   }
 
   Disk disk_;
@@ -158,6 +167,7 @@ TEST_F(RecordFileRaces, FlushingTheFolderNeedsTheFolder) {
 }
 
 TEST_F(RecordFileRaces, InterruptedCallsAreRepeated) {
+  UseCalls();
   for (const Call call : {Call::kFsync, Call::kFallocate, Call::kPwrite, Call::kPread}) {
     for (int nth = 1; nth <= 4; ++nth) {
       std::filesystem::remove(path_);
@@ -167,9 +177,6 @@ TEST_F(RecordFileRaces, InterruptedCallsAreRepeated) {
 }
 
 TEST_F(RecordFileRaces, CallsThatStopShortAreTakenUpWhereTheyStopped) {
-  RecordFileSettings settings;
-  settings.by_calls = true;
-  SetRecordFileSettings(settings);
   const std::string path = disk_.NewPath();
   WriteBytes(path, Bytes(2 * kPageSize, 'o'));
   OpenBytes open(path, Way::kByCalls);
@@ -220,6 +227,119 @@ TEST_F(RecordFileRaces, ZerosThatCannotBeWrittenAreNotMissed) {
     EXPECT_EQ(OpenWith(ReturnAtNth(Call::kPwrite, 4, result)), kRecordFileOk);
     EXPECT_EQ(Append(file_, 1), 0);
   }
+}
+
+TEST_F(RecordFileRaces, WhatCannotBeAnUnfinishedFileIsRemovedUnderItsName) {
+  const std::vector<std::function<void()>> plants = {
+      [&] { std::filesystem::create_symlink(path_, temporary_); },
+      [&] { ASSERT_EQ(mkfifo(temporary_.c_str(), 0600), 0); },
+      [&] { WriteBytes(temporary_, Bytes(1, 'x')), chmod(temporary_.c_str(), 0666); },
+      [&] {
+        WriteBytes(temporary_, Bytes(1, 'x'));
+        std::filesystem::create_hard_link(temporary_, disk_.NewPath());
+      },
+  };
+  // Others can put names there, so that what has two of them is not ours.
+  ASSERT_EQ(chmod(disk_.folder().c_str(), 0777), 0);
+  for (std::size_t i = 0; i < plants.size(); ++i) {
+    std::filesystem::remove(path_);
+    plants[i]();
+    EXPECT_EQ(Open(file_, path_, kModeMissing), kRecordFileOk) << i;
+    EXPECT_FALSE(std::filesystem::exists(temporary_)) << i;
+  }
+}
+
+TEST_F(RecordFileRaces, ATemporaryFileThatIsNotOursIsRemovedAsWell) {
+  const auto not_allowed = [&](const Made& made) -> std::optional<Instead> {
+    if (made.call != Call::kOpen || made.path != temporary_ || !std::filesystem::exists(made.path))
+      return std::nullopt;
+    return Instead{-1, EACCES};
+  };
+  WriteBytes(temporary_, Bytes(1, 'x'));
+  EXPECT_EQ(OpenWith(not_allowed), kRecordFileOk);
+  std::filesystem::remove(path_);
+  WriteBytes(temporary_, Bytes(1, 'x'));
+  // Another user's, by what we are told: the first question is about that file.
+  EXPECT_EQ(OpenWith(ReturnAtNth(Call::kGeteuid, 1, 12345)), kRecordFileOk);
+}
+
+TEST_F(RecordFileRaces, ALeftoverThatCannotBeRemovedStopsACreation) {
+  WriteBytes(temporary_, Bytes(1, 'x'));
+  EXPECT_EQ(OpenWith(FailNth(Call::kUnlink, 1, EROFS)), kReadOnlyDisk);
+}
+
+TEST_F(RecordFileRaces, AFileOfTheSameNumberElsewhereIsAnother) {
+  Appears(path_)();
+  const auto elsewhere = [](const Made& made) -> std::optional<Instead> {
+    if (made.call != Call::kLstat) return std::nullopt;
+    auto* const status = static_cast<struct stat*>(made.out);
+    const int result = lstat(made.path, status);
+    ++status->st_dev;
+    return Instead{result, errno};
+  };
+  EXPECT_EQ(OpenWith(elsewhere), kUnsettled);
+}
+
+TEST_F(RecordFileRaces, WhereTheFolderCannotBeAskedAForeignFileIsForeign) {
+  if (geteuid() != 0) GTEST_SKIP() << "only the superuser can give files away";
+  Appears(path_)();
+  ASSERT_EQ(chown(path_.c_str(), 12345, static_cast<gid_t>(-1)), 0);
+  EXPECT_EQ(OpenWith(FailNth(Call::kStat, 1, EIO), kModeWrite), kForeignOwner);
+}
+
+// The slot may hold half of it: until it is whole, no other overwrite takes the redo sector.
+TEST_F(RecordFileRaces, AnOverwriteThatFailedIsCompletedBeforeTheNext) {
+  Appears(path_)();
+  UseCalls();
+  ASSERT_EQ(Open(file_, path_, kModeWrite), kRecordFileOk);
+  ASSERT_EQ(Overwrite(file_, 0, 10), kRecordFileOk);
+  {
+    const Interposition interposition(FailNth(Call::kPwrite, 2, EIO));
+    EXPECT_EQ(Overwrite(file_, 0, 20), kSystemError);
+  }
+  {
+    const Interposition interposition(FailNth(Call::kPread, 1, EIO));
+    EXPECT_EQ(Overwrite(file_, 1, 30), kSystemError) << "it cannot be completed yet";
+  }
+  EXPECT_EQ(Overwrite(file_, 1, 30), kRecordFileOk);
+  EXPECT_THAT(Values(file_), ElementsAre(20, 30));
+}
+
+TEST_F(RecordFileRaces, ALargeResizeThatFailsKeepsTheFile) {
+  path_ = MakeJournal(disk_, 10'000, 10'000);
+  // The first three are those of the superblocks and the state.
+  const Interposition interposition(FailNth(Call::kPwrite, 4, EIO));
+  ASSERT_EQ(Open(file_, path_, kModeWrite, 20'000), kRecordFileOk);
+  EXPECT_EQ(file_.RecordCount(), 10'000);
+  EXPECT_EQ(SuperblockOf(ReadBytes(path_)).capacity, 10'000U);
+}
+
+TEST_F(RecordFileRaces, DamageThatCannotBeNotedIsSkippedAllTheSame) {
+  Appears(path_)();
+  DamageRecord(path_, 0);
+  UseCalls();
+  ASSERT_EQ(Open(file_, path_, kModeWrite), kRecordFileOk);
+  TestRecord record;
+  EXPECT_EQ(file_.ReadRecord(0, record.data()), kDamagedRecord);
+  const Interposition interposition(FailFrom(Call::kPwrite, 1, EIO));
+  EXPECT_EQ(file_.RecordCount(), 1);
+}
+
+// Its frame was in the redo sector a moment ago, as far as a reader can tell.
+TEST_F(RecordFileRaces, ASlotThatStaysTornUnderOverwritesWithoutEndIsDamaged) {
+  Appears(path_)();
+  DamageRecord(path_, 0);
+  UseCalls();
+  ASSERT_EQ(Open(file_, path_, kModeRead), kRecordFileOk);
+  OpenBytes writer(path_, Way::kMapped);
+  std::uint64_t merges = 0;
+  const Interposition interposition([&](const Made& made) -> std::optional<Instead> {
+    if (made.call == Call::kPread) writer.medium.StoreWord(kMergesOffset, ++merges);
+    return std::nullopt;
+  });
+  TestRecord record;
+  EXPECT_EQ(file_.ReadRecord(0, record.data()), kDamagedRecord);
+  EXPECT_GT(merges, 100'000U) << "and not too soon";
 }
 
 TEST_F(RecordFileRaces, AWriterWithoutItsThreadIsNone) {
@@ -316,6 +436,15 @@ TEST_F(BootIdDeathTest, WhatCannotBeReadIsNoBoot) {
 TEST_F(BootIdDeathTest, WhatIsNoIdIsNoBoot) {
   EXPECT_EXIT(ExitWithBoot(ReturnAtNth(Call::kRead, 1, 20)), testing::ExitedWithCode(0), "")
       << "20 bytes that are no digits";
+}
+
+TEST_F(BootIdDeathTest, LettersThatAreNoDigitsAreNoBoot) {
+  EXPECT_EXIT(ExitWithBoot([](const Made& made) -> std::optional<Instead> {
+                if (made.call != Call::kRead) return std::nullopt;
+                std::fill_n(static_cast<char*>(made.out), 36, 'z');
+                return Instead{36, 0};
+              }),
+              testing::ExitedWithCode(0), "");
 }
 
 TEST_F(BootIdDeathTest, WhatTheKernelTellsIsThisBoot) {

@@ -310,6 +310,18 @@ TEST_F(RecoveryTest, WithoutABoundNothingIsLookedForBehindTheEnd) {
   EXPECT_EQ(Recover().next, geometry_.slot_count);
 }
 
+TEST_F(RecoveryTest, FailsWhenAnEmptyFileIsCut) {
+  Make(0);
+  PutState(state_, &bytes_);
+  WriteBytes(path_, bytes_);
+  OpenBytes open(path_, Way::kMapped, Access::kRead);
+  std::filesystem::resize_file(path_, kPageSize);
+  Recovered recovered;
+  EXPECT_EQ(
+      host::Recover(open.medium, geometry_, state_, OtherWriter::kNone, Look::kQuick, &recovered),
+      kFileLost);
+}
+
 TEST_F(RecoveryTest, FailsWhenTheFileIsCut) {
   Make(5);
   PutState(state_, &bytes_);

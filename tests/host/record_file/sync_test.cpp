@@ -112,6 +112,25 @@ TEST_F(RecordFileSync, FlushesAgainAfterTheInterval) {
   while (State().merges_synced < 1) std::this_thread::yield();
 }
 
+// By calls, a look at the state page can be counted.
+TEST_F(RecordFileSync, FlushesNothingWhenNothingIsNew) {
+  RecordFileSettings settings;
+  settings.sync.interval = std::chrono::milliseconds(1);
+  settings.by_calls = true;
+  SetRecordFileSettings(settings);
+  ASSERT_EQ(Open(file_, path_, kModeWrite), kRecordFileOk);
+  std::atomic<int> looks = 0;
+  const Interposition counting(Both(Flushes(), [&](const Made& made) -> std::optional<Instead> {
+    if (made.call == Call::kPread) {
+      ++looks;
+      looks.notify_all();
+    }
+    return std::nullopt;
+  }));
+  for (int seen = looks; seen < 20; seen = looks) looks.wait(seen);
+  EXPECT_EQ(flushes_, 0);
+}
+
 TEST_F(RecordFileSync, FlushesAfterAnAmountWithoutWaitingForTheInterval) {
   SetPolicy({.mode = SyncMode::kPeriodic, .interval = kNever, .bytes = 10 * 80});
   const Interposition flushes(Flushes());
