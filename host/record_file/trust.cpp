@@ -16,9 +16,10 @@ constexpr uid_t kSuperuser = 0;
 // own: but never in a file that somebody put into another's folder.
 bool MayWriteFor(uid_t owner, const std::string& path) {
   if (owner == geteuid()) return true;
-  struct stat folder = {};
-  return geteuid() == kSuperuser && stat(FolderOf(path).c_str(), &folder) == 0 &&
-         (folder.st_uid == owner || IsOurFolder(path));
+  if (geteuid() != kSuperuser) return false;
+  const std::string folder = FolderOf(path);
+  struct stat status = {};
+  return stat(folder.c_str(), &status) == 0 && (status.st_uid == owner || IsOurFolder(path));
 }
 
 }  // namespace

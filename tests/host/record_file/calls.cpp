@@ -162,8 +162,9 @@ ssize_t pwrite(int fd, const void* bytes, size_t size, off_t offset) {
 }
 
 void* mmap(void* at, size_t length, int protection, int flags, int fd, off_t offset) noexcept {
-  // Memory that is no file's is the C library's business.
-  const auto instead = fd < 0 ? std::nullopt : Ask({Call::kMmap});
+  // Other memory that is no file's is the C library's business.
+  const bool is_ours = fd >= 0 || (flags & MAP_FIXED) != 0;
+  const auto instead = is_ours ? Ask({Call::kMmap}) : std::nullopt;
   if (instead) return MAP_FAILED;
   return Real<void*(void*, size_t, int, int, int, off_t)>(Call::kMmap)(at, length, protection,
                                                                        flags, fd, offset);

@@ -135,7 +135,7 @@ TEST_F(RecordFileDamage, ANonsensicalCommitWordCostsNothing) {
 
 TEST_F(RecordFileDamage, DamageAnywhereInTheStateCostsNothing) {
   constexpr std::size_t kFieldsEnd = offsetof(StatePage, reserved_sector);
-  for (std::size_t i = 0; i < kPageSize; i += i < kFieldsEnd ? 3 : 97) {
+  for (std::size_t i = 0; i < kPageSize; i += i < kFieldsEnd ? 8 : 497) {
     WriteBytes(path_, Damaged({kStateOffset + i}));
     ASSERT_THAT(Reopen(path_).values, ElementsAre(1, 2)) << i;
   }

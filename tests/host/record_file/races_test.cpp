@@ -1,6 +1,7 @@
 // What other processes do between two system calls of ours, and what single calls can answer.
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <linux/fs.h>
@@ -280,6 +281,15 @@ TEST_F(RecordFileRaces, AFileOfTheSameNumberElsewhereIsAnother) {
   EXPECT_EQ(OpenWith(elsewhere), kUnsettled);
 }
 
+TEST_F(RecordFileRaces, WhoIsNotTheSuperuserWritesToNobodyElsesFile) {
+  Appears(path_)();
+  const auto ordinary = [](const Made& made) -> std::optional<Instead> {
+    if (made.call != Call::kGeteuid) return std::nullopt;
+    return Instead{12345, 0};
+  };
+  EXPECT_EQ(OpenWith(ordinary, kModeWrite), kForeignOwner);
+}
+
 TEST_F(RecordFileRaces, WhereTheFolderCannotBeAskedAForeignFileIsForeign) {
   if (geteuid() != 0) GTEST_SKIP() << "only the superuser can give files away";
   Appears(path_)();
@@ -355,6 +365,23 @@ TEST_F(RecordFileRaces, AWriterWithoutItsThreadIsNone) {
 TEST_F(RecordFileRaces, AFileThatCannotBeMappedIsNotOpened) {
   Appears(path_)();
   EXPECT_EQ(OpenWith(FailNth(Call::kMmap, 1, ENOMEM), kModeRead), kNoMemory);
+}
+
+// Where no empty page can be had, the signal goes to whom it went before.
+TEST(GuardWithoutMemoryDeathTest, HandsOnWhatItCannotHandle) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        std::signal(SIGBUS, [](int) { std::exit(20); });
+        Disk disk;
+        const std::string path = MakeJournal(disk, 1);
+        OpenBytes open(path, Way::kMapped);
+        std::filesystem::resize_file(path, 0);
+        const Interposition interposition(FailFrom(Call::kMmap, 1, ENOMEM));
+        open.medium.LoadWord(kNextOffset);
+        std::exit(1);
+      },
+      testing::ExitedWithCode(20), "");
 }
 
 // What a file system says it is.
