@@ -27,9 +27,9 @@ MappingGuard::Range* FindRange(std::uintptr_t address) {
 
 // mmap is a plain system call: safe in a handler, though no standard says so.
 bool PutEmptyPage(std::uintptr_t address) {
-  // The address comes from the kernel as a number.
-  void* const page = reinterpret_cast<void*>(  // NOLINT(performance-no-int-to-ptr)
-      address / kPageSize * kPageSize);
+  const std::uintptr_t begin = address / kPageSize * kPageSize;
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel gave the address as a number
+  void* const page = reinterpret_cast<void*>(begin);
   return mmap(page, kPageSize, PROT_READ | PROT_WRITE, MAP_FIXED | MAP_PRIVATE | MAP_ANONYMOUS, -1,
               0) != MAP_FAILED;
 }
