@@ -15,7 +15,8 @@ class MissedBranches(canary.TreeTest):
         self.write("a.cpp", "int f(int a) {\n  return a ? 1 : 2;\n}\n")
         counted = [{"count": count, "throw": throw} for count, throw in branches]
         lines = [{"line_number": 2, "branches": counted}]
-        counts = self.write("counts.json", json.dumps({"files": [{"file": "a.cpp", "lines": lines}]}))
+        files = [{"file": "a.cpp", "lines": lines}]
+        counts = self.write("counts.json", json.dumps({"files": files}))
         program = script_tree.ROOT / "scripts/missed_branches.py"
         return subprocess.run(
             [sys.executable, "-B", program, counts, self.write("waivers.txt", waivers)],
