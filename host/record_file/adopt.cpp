@@ -16,10 +16,20 @@
 namespace packetdb::host {
 namespace {
 
-bool IsComplete(const Descriptor& file, const RecordFormat& wanted) {
+// The system, or somebody who is at it, keeps us from telling what is there. To go on as if nothing
+// were would hide a journal behind an empty one.
+bool CannotTell(RecordFileResult result) {
+  return result <= kNoSpace || result == kInUse || result == kUnsettled;
+}
+
+RecordFileResult LookAt(const Descriptor& file, const RecordFormat& wanted) {
   FileFacts facts;
-  return Inspect(file, &facts) == kRecordFileOk && facts.format.magic == wanted.magic &&
-         facts.format.record_size == wanted.record_size && IsSoundlyClosed(facts.state);
+  const RecordFileResult result = Inspect(file, &facts);
+  if (result < 0) return result;
+  const bool is_complete = facts.format.magic == wanted.magic &&
+                           facts.format.record_size == wanted.record_size &&
+                           IsSoundlyClosed(facts.state);
+  return is_complete ? kRecordFileOk : kMissing;
 }
 
 }  // namespace
@@ -27,10 +37,10 @@ bool IsComplete(const Descriptor& file, const RecordFormat& wanted) {
 RecordFileResult AdoptConverted(const OpenRequest& request, Descriptor* file) {
   const std::string converted = request.path + ".~tmp";
   Descriptor opened;
-  const RecordFileResult result = OpenLocked(converted, Access::kWrite, &opened);
-  if (result == kInUse || result == kUnsettled) return result;
-  if (result < 0 || !IsOurFolder(request.path)) return kMissing;
-  if (!IsComplete(opened, request.format)) return kMissing;
+  RecordFileResult result = OpenLocked(converted, Access::kWrite, &opened);
+  if (result == kRecordFileOk) result = RequireOurFolder(request.path);
+  if (result == kRecordFileOk) result = LookAt(opened, request.format);
+  if (result < 0) return CannotTell(result) ? result : kMissing;
   if (renameat2(AT_FDCWD, converted.c_str(), AT_FDCWD, request.path.c_str(), RENAME_NOREPLACE) !=
       0) {
     return errno == EEXIST ? kUnsettled : ResultFromErrno(errno);

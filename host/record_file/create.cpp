@@ -94,9 +94,7 @@ RecordFileResult Creation::Fill(const RecordFormat& format, std::uint64_t first_
   const std::uint64_t length = InitialLength(superblock_);
   RecordFileResult result = AllocateSpace(file_, 0, length);
   if (result < 0) return result;
-  Medium medium;
-  result = medium.Open(file_, 0, length, Access::kWrite, Way::kByCalls);
-  if (result < 0) return result;
+  Medium medium = Medium::ByCalls(file_);
   const StatePage state = MakeState(first_sequence, 0);
   result = medium.Write(kSuperblockAOffset, &superblock_, sizeof superblock_);
   if (result < 0) return result;
@@ -108,11 +106,9 @@ RecordFileResult Creation::Publish(Predecessor predecessor, Descriptor* file) {
   if (FlushFile(file_) != 0) return ResultFromErrno(errno);
   RecordFileResult result = Rename(predecessor);
   if (result < 0) return result;
-  result = FlushFolderOf(path_);
-  Descriptor published = std::move(file_);
+  *file = std::move(file_);
   file_ = Descriptor();
-  if (result == kRecordFileOk) *file = std::move(published);
-  return result;
+  return FlushFolderOf(path_);
 }
 
 RecordFileResult Creation::Rename(Predecessor predecessor) {

@@ -39,7 +39,7 @@ class Creation {
   const Superblock& superblock() const { return superblock_; }
 
   // Flushes it, renames it to the path, and hands it over. On failure the path is as before, unless
-  // it is the last step that fails: to make the new name survive a power cut.
+  // `file` is open: then it is the last step that failed, to make the new name survive a power cut.
   RecordFileResult Publish(Predecessor predecessor, Descriptor* file);
 
  private:

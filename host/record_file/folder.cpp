@@ -11,7 +11,8 @@ namespace packetdb::host {
 std::string FolderOf(const std::string& path) {
   const std::size_t slash = path.find_last_of('/');
   if (slash == std::string::npos) return ".";
-  return slash == 0 ? "/" : path.substr(0, slash);
+  if (slash == 0) return "/";
+  return path.substr(0, slash);
 }
 
 RecordFileResult FlushFolderOf(const std::string& path) {

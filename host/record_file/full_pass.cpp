@@ -15,11 +15,12 @@ class Cells {
  public:
   Cells(const Medium& medium, const Geometry& geometry) : medium_(medium), geometry_(geometry) {}
 
-  // The frame of a slot, or null when it cannot be read. Good until the next call.
+  // The frame of a slot, or null when it cannot be read. Good until the next call, which is for a
+  // later slot.
   const std::byte* Frame(std::uint64_t slot) {
     const std::uint64_t offset = OffsetOfSlot(geometry_, slot);
     if (medium_.mapped() != nullptr) return medium_.mapped() + offset;
-    if (offset < begin_ || offset + geometry_.frame_size > begin_ + piece_.size()) Load(offset);
+    if (offset + geometry_.frame_size > begin_ + piece_.size()) Load(offset);
     return result_ < 0 ? nullptr : piece_.data() + (offset - begin_);
   }
 

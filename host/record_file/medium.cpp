@@ -24,14 +24,19 @@ Medium::~Medium() {
 
 RecordFileResult Medium::Open(const Descriptor& file, std::uint64_t begin, std::uint64_t length,
                               Access access, Way way) {
-  Medium opened;
-  opened.fd_ = file.get();
+  Medium opened = ByCalls(file);
   if (way == Way::kMapped) {
     const RecordFileResult result = opened.Map(begin, length, access);
     if (result < 0) return result;
   }
   *this = std::move(opened);
   return kRecordFileOk;
+}
+
+Medium Medium::ByCalls(const Descriptor& file) {
+  Medium opened;
+  opened.fd_ = file.get();
+  return opened;
 }
 
 RecordFileResult Medium::Map(std::uint64_t begin, std::uint64_t length, Access access) {

@@ -36,6 +36,9 @@ class Medium {
   RecordFileResult Open(const Descriptor& file, std::uint64_t begin, std::uint64_t length,
                         Access access, Way way);
 
+  // All of `file`, by calls: nothing has to be there yet, and nothing can go wrong.
+  static Medium ByCalls(const Descriptor& file);
+
   // The file is longer now, up to `length` from the beginning. Unchanged on failure.
   RecordFileResult Grow(std::uint64_t length);
 

@@ -27,12 +27,12 @@ class Recovery {
     out->next = state_.next;
     out->is_as_stated = true;
     if (look == Look::kQuick && state_.known_holes == 0) return kRecordFileOk;
-    const RecordFileResult result =
-        FindHoles(medium_, geometry_, LiveWindow(geometry_, state_.next), &out->holes);
+    const Window live = LiveWindow(geometry_, state_.next);
+    const RecordFileResult result = FindHoles(medium_, geometry_, live, &out->holes);
+    if (result < 0) return result;
     out->is_as_stated = out->holes.size() == state_.known_holes;
     CountLosses(out);
-    NoteRedo(LiveWindow(geometry_, out->next), out);
-    return result;
+    return NoteRedo(live, out);
   }
 
   // Nothing but the process is gone: every store that it made is there. At most one append has a
@@ -50,8 +50,7 @@ class Recovery {
       if (!reader_.SlotHas(sequence) && !reader_.RedoHas(sequence)) return false;
     }
     out->next = next;
-    NoteRedo(live, out);
-    return !medium_.IsLost();
+    return NoteRedo(live, out) == kRecordFileOk && !medium_.IsLost();
   }
 
   RecordFileResult Search(Recovered* out) {
@@ -65,8 +64,7 @@ class Recovery {
     out->next = pass.found_any ? pass.newest + 1 : geometry_.first_sequence;
     out->holes = std::move(pass.holes);
     CountLosses(out);
-    NoteRedo(LiveWindow(geometry_, out->next), out);
-    return kRecordFileOk;
+    return NoteRedo(LiveWindow(geometry_, out->next), out);
   }
 
  private:
@@ -93,17 +91,20 @@ class Recovery {
     if (is_plausible && state_.next > out->next) out->lost_unsynced += state_.next - out->next;
   }
 
-  void NoteRedo(const Window& live, Recovered* out) const {
+  // Not to be passed over when it cannot be read: the next overwrite replaces what is there.
+  RecordFileResult NoteRedo(const Window& live, Recovered* out) const {
     FrameBuffer frame;
-    if (medium_.Read(kRedoOffset, frame.data(), geometry_.frame_size) < 0) return;
+    const RecordFileResult result = medium_.Read(kRedoOffset, frame.data(), geometry_.frame_size);
+    if (result < 0) return result;
     const std::uint64_t sequence =
         NearestSequence(live.end, LowSequenceOf(geometry_, frame.data()));
     if (!IsFrameOf(geometry_, sequence, frame.data())) {
       out->is_redo_torn = !IsNeverWritten(geometry_, frame.data());
-      return;
+      return result;
     }
     out->redo_sequence = sequence;
     out->has_redo = live.Contains(sequence) && !reader_.SlotHas(sequence);
+    return result;
   }
 
   const Medium& medium_;

@@ -70,21 +70,12 @@ StatePage InheritedState(const Inheritance& from) {
 }
 
 RecordFileResult Fill(const Inheritance& from, const Creation& creation) {
-  const std::uint64_t length = InitialLength(creation.superblock());
   Geometry geometry;
-  RecordFileResult result = FitToLength(creation.superblock(), length, &geometry);
-  Medium medium;
-  if (result == kRecordFileOk) {
-    // A file without a bound begins with room for what it is given.
-    if (geometry.capacity == 0 && geometry.slot_count < from.count) {
-      const std::uint64_t more = FileLength(from.count, geometry.frames_per_cell);
-      result = AllocateSpace(creation.file(), length, more - length);
-      if (result < 0) return result;
-      geometry.slot_count = from.count;
-    }
-    result = medium.Open(creation.file(), 0, length, Access::kWrite, Way::kByCalls);
-  }
-  if (result == kRecordFileOk) result = CopyRecords(from, geometry, medium);
+  // Made with this length a moment ago.
+  static_cast<void>(
+      FitToLength(creation.superblock(), InitialLength(creation.superblock()), &geometry));
+  Medium medium = Medium::ByCalls(creation.file());
+  const RecordFileResult result = CopyRecords(from, geometry, medium);
   const StatePage state = InheritedState(from);
   return result < 0 ? result : medium.Write(kStateOffset, &state, sizeof state);
 }

@@ -22,8 +22,9 @@ struct Inheritance {
 };
 
 // Builds the new file beside the one at `path`, which the caller has locked, and puts it into its
-// place. A kill leaves the old or the new one. On failure, as when there is no room for both, the
-// old one stays.
+// place. `format` has a bound, and room for what is taken over. A kill leaves the old or the new
+// one. On failure, as when there is no room for both, the old one stays, unless `file` is open:
+// then the new one is in its place, and a power cut may undo that.
 RecordFileResult BuildResized(const std::string& path, const RecordFormat& format,
                               const Inheritance& from, Descriptor* file);
 

@@ -16,9 +16,10 @@ constexpr uid_t kSuperuser = 0;
 // own: but never in a file that somebody put into another's folder.
 bool MayWriteFor(uid_t owner, const std::string& path) {
   if (owner == geteuid()) return true;
-  struct stat folder = {};
-  return geteuid() == kSuperuser && stat(FolderOf(path).c_str(), &folder) == 0 &&
-         (folder.st_uid == owner || IsOurFolder(path));
+  if (geteuid() != kSuperuser) return false;
+  const std::string folder = FolderOf(path);
+  struct stat status = {};
+  return stat(folder.c_str(), &status) == 0 && (status.st_uid == owner || IsOurFolder(path));
 }
 
 }  // namespace
@@ -31,11 +32,13 @@ RecordFileResult RequireOurs(const std::string& path, const Descriptor& file) {
   return status.st_nlink > 1 && !IsOurFolder(path) ? kLinkedElsewhere : kRecordFileOk;
 }
 
-bool IsOurFolder(const std::string& path) {
+RecordFileResult RequireOurFolder(const std::string& path) {
   struct stat status = {};
-  if (stat(FolderOf(path).c_str(), &status) != 0) return false;
-  const bool is_ours = status.st_uid == geteuid() || status.st_uid == kSuperuser;
-  return is_ours && (status.st_mode & kOthersMayWrite) == 0;
+  if (stat(FolderOf(path).c_str(), &status) != 0) return ResultFromErrno(errno);
+  if (status.st_uid != geteuid() && status.st_uid != kSuperuser) return kForeignOwner;
+  return (status.st_mode & kOthersMayWrite) != 0 ? kWritableByOthers : kRecordFileOk;
 }
+
+bool IsOurFolder(const std::string& path) { return RequireOurFolder(path) == kRecordFileOk; }
 
 }  // namespace packetdb::host

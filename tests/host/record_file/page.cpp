@@ -55,6 +55,15 @@ std::vector<Field> Fields(const std::string& heading) {
   return fields;
 }
 
+std::vector<std::vector<std::string>> Rows(const std::string& heading, std::size_t columns) {
+  std::vector<std::vector<std::string>> rows;
+  for (const std::string& line : Section(heading)) {
+    std::vector<std::string> cells = Cells(line);
+    if (cells.size() == columns) rows.push_back(std::move(cells));
+  }
+  return rows;
+}
+
 Bytes UndoHexDump(const std::vector<std::string>& lines) {
   Bytes bytes;
   Bytes last;

@@ -30,6 +30,9 @@ std::vector<std::string> Section(const std::string& heading);
 // The rows "| offset | size | field | meaning |" of a section.
 std::vector<Field> Fields(const std::string& heading);
 
+// The rows of all tables with so many columns in a section, their headings included.
+std::vector<std::vector<std::string>> Rows(const std::string& heading, std::size_t columns);
+
 // What `hexdump -C` was given: "offset  bytes  |text|", "*" for repetitions, the length at the end.
 Bytes UndoHexDump(const std::vector<std::string>& lines);
 

@@ -12,12 +12,12 @@ namespace {
 TEST(RecordFileResult, EveryCodeHasItsOwnText) {
   const std::string unknown(DescribeRecordFileResult(-1));
   std::map<std::string, int> seen;
-  for (int code = kSystemError; code < 0; ++code) {
+  for (int code = kFileLost; code < 0; ++code) {
     const std::string text(DescribeRecordFileResult(code));
     if (text == unknown) continue;
     EXPECT_TRUE(seen.emplace(text, code).second) << code << " and " << seen[text] << ": " << text;
   }
-  EXPECT_EQ(seen.size(), 38U) << "one text per line of the enum that is not a success";
+  EXPECT_EQ(seen.size(), 42U) << "one text per line of the enum that is not a success";
 }
 
 TEST(RecordFileResult, TheHostsCodesKeepAwayFromTheLibrarys) {
@@ -34,12 +34,25 @@ TEST(RecordFileResult, SuccessIsSaidToBeOne) {
 }
 
 TEST(RecordFileResult, NamesTheCauseOfASystemCallsFailure) {
+  EXPECT_EQ(ResultFromErrno(ENOENT), kMissing);
+  EXPECT_EQ(ResultFromErrno(ENOTDIR), kMissing);
+  EXPECT_EQ(ResultFromErrno(EACCES), kNoPermission);
+  EXPECT_EQ(ResultFromErrno(EPERM), kNoPermission);
+  EXPECT_EQ(ResultFromErrno(EISDIR), kIsDirectory);
+  EXPECT_EQ(ResultFromErrno(ELOOP), kIsSymlink);
+  EXPECT_EQ(ResultFromErrno(ENXIO), kNotRegular);
+  EXPECT_EQ(ResultFromErrno(ENAMETOOLONG), kBadPath);
   EXPECT_EQ(ResultFromErrno(ENOSPC), kNoSpace);
   EXPECT_EQ(ResultFromErrno(EDQUOT), kNoSpace);
   EXPECT_EQ(ResultFromErrno(EFBIG), kFileTooLarge);
+  EXPECT_EQ(ResultFromErrno(EOVERFLOW), kFileTooLarge);
   EXPECT_EQ(ResultFromErrno(EMFILE), kNoDescriptor);
+  EXPECT_EQ(ResultFromErrno(ENFILE), kNoDescriptor);
   EXPECT_EQ(ResultFromErrno(ENOMEM), kNoMemory);
   EXPECT_EQ(ResultFromErrno(EROFS), kReadOnlyDisk);
+  EXPECT_EQ(ResultFromErrno(EAGAIN), kInUse);
+  EXPECT_EQ(ResultFromErrno(EBUSY), kInUse);
+  EXPECT_EQ(ResultFromErrno(ETXTBSY), kInUse);
   EXPECT_EQ(ResultFromErrno(EIO), kSystemError);
 }
 
