@@ -73,14 +73,13 @@ TEST_F(RecordFileReaders, AreToldWhatTheWriterHasOvertaken) {
   EXPECT_THAT(Values(reader_), ElementsAre(slots - 1, slots, slots + 1));
 }
 
-TEST_F(RecordFileReaders, FollowAFileWithoutABoundWithinItsRoom) {
+TEST_F(RecordFileReaders, FollowAFileWithoutABoundThatGrows) {
   OpenBoth(2, kNoBound);
   Append(writer_, 3);
   EXPECT_THAT(Values(reader_), ElementsAre(1, 2, 3));
   for (std::uint64_t value = 4; value <= 20'000; ++value) ASSERT_GE(Append(writer_, value), 0);
-  EXPECT_EQ(reader_.RecordCount(), 2) << "the file has grown beyond what this one looked at";
-  ASSERT_EQ(Open(reader_, path_, kModeRead), kRecordFileOk);
-  EXPECT_EQ(reader_.RecordCount(), 20'000);
+  ASSERT_EQ(reader_.RecordCount(), 20'000);
+  EXPECT_EQ(Values(reader_).back(), 20'000U);
 }
 
 TEST_F(RecordFileReaders, ExcludeNobody) {

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include "host/record_file/frame.h"
+#include "host/record_file/inode_mark.h"
 #include "host/record_file/state.h"
 #include "tests/host/record_file/geometries.h"
 
@@ -41,7 +42,8 @@ class RecoveryTest : public testing::Test {
     // The redo sector is part of the page as it was read.
     WriteBytes(path_, bytes_);
     const Bytes before = bytes_;
-    OpenBytes open(path_, Way::kMapped, Access::kRead);
+    OpenBytes open(path_, Way::kMapped);
+    if (is_in_memory_) MarkInode(open.file.get());
     Recovered recovered;
     EXPECT_EQ(host::Recover(open.medium, geometry_, state_, writer, look, &recovered),
               kRecordFileOk);
@@ -54,6 +56,7 @@ class RecoveryTest : public testing::Test {
   Geometry geometry_;
   Bytes bytes_;
   StatePage state_ = {};
+  bool is_in_memory_ = true;  // since its writer died
 };
 
 TEST_F(RecoveryTest, BelievesAPageThatWasClosed) {
@@ -163,6 +166,16 @@ TEST_F(RecoveryTest, TellsATornRedoFromNone) {
 }
 
 // A file system that was shut down and mounted again within one boot.
+TEST_F(RecoveryTest, SearchesWhatTheKernelHasForgottenSince) {
+  Make(5);
+  is_in_memory_ = false;
+  state_.synced = 4;
+  Tear(1);
+  const Recovered recovered = Recover();
+  EXPECT_TRUE(recovered.searched);
+  EXPECT_THAT(recovered.holes, ElementsAre(1));
+}
+
 TEST_F(RecoveryTest, SearchesWhenTheNewestAreNotAllThere) {
   Make(5);
   state_.synced = 2;
