@@ -78,9 +78,9 @@ Reading ReadOpen(CDbFile& file, const History& history) { return Reader(file, hi
 
 Reading ReadAll(const std::string& path, const History& history, int mode) {
   const Recipe& recipe = history.recipe();
-  const std::uint64_t capacity = recipe.capacity == 0 ? ~std::uint64_t{0} : recipe.capacity;
   CDbFile file;
-  const int result = file.Init(path, recipe.magic.c_str(), recipe.record_size, capacity, mode);
+  const int result =
+      file.Init(path, recipe.magic.c_str(), recipe.record_size, recipe.MaxRecords(), mode);
   Reading reading = ReadOpen(file, history);
   reading.result = result;
   return reading;

@@ -9,6 +9,7 @@
 namespace packetdb::faults {
 namespace {
 
+constexpr int kWrite = 1;
 constexpr int kWriteAnew = 3;
 // Far from each other in the ring, and each record several times in the end.
 constexpr std::uint64_t kStride = 37;
@@ -57,10 +58,21 @@ void History::Write(const std::string& path) {
 }
 
 void History::Write(const std::string& path, CDbFile& file) {
-  const std::uint64_t capacity = recipe_.capacity == 0 ? ~std::uint64_t{0} : recipe_.capacity;
-  Require(file.Init(path, recipe_.magic.c_str(), recipe_.record_size, capacity, kWriteAnew),
-          "creation");
-  for (std::uint64_t i = 0; i < recipe_.appended; ++i) Append(file);
+  Require(
+      file.Init(path, recipe_.magic.c_str(), recipe_.record_size, recipe_.MaxRecords(), kWriteAnew),
+      "creation");
+  Fill(file);
+}
+
+void History::Continue(const std::string& path, CDbFile& file, const Recipe& recipe) {
+  recipe_ = recipe;
+  Require(file.Init(path, recipe_.magic.c_str(), recipe_.record_size, recipe_.MaxRecords(), kWrite),
+          "opening");
+  Fill(file);
+}
+
+void History::Fill(CDbFile& file) {
+  while (versions_.size() < recipe_.appended) Append(file);
   const host::Window window = live();
   if (window.size() == 0) return;
   for (std::uint64_t i = 0; i < recipe_.overwritten; ++i) {

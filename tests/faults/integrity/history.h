@@ -37,6 +37,9 @@ struct Recipe {
   std::uint64_t capacity = 960;   // 0: no bound
   std::uint64_t appended = 6000;  // records in all; the newest `capacity` of them are live
   std::uint64_t overwritten = 300;
+
+  // As CDbFile::Init wants the capacity.
+  unsigned long MaxRecords() const { return capacity == 0 ? ~0UL : capacity; }
 };
 
 class History {
@@ -48,6 +51,8 @@ class History {
   void Write(const std::string& path, CDbFile& file);
   // The same, and closes the file.
   void Write(const std::string& path);
+  // Opens the file again and does what is left of a longer recipe, overwriting as often once more.
+  void Continue(const std::string& path, CDbFile& file, const Recipe& recipe);
 
   const Recipe& recipe() const { return recipe_; }
   host::Window live() const;
@@ -58,6 +63,7 @@ class History {
   bool IsCurrent(const std::byte* record, std::uint64_t* sequence) const;
 
  private:
+  void Fill(CDbFile& file);
   void Append(CDbFile& file);
   void Overwrite(CDbFile& file, std::uint64_t sequence);
   const std::byte* RecordOf(std::uint64_t sequence) const {
