@@ -1,6 +1,7 @@
 #include "tests/faults/integrity/history.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <stdexcept>
 
@@ -46,7 +47,7 @@ std::optional<Identity> IdentityOf(const std::byte* record, std::uint64_t size) 
   Identity identity;
   std::memcpy(&identity.sequence, record, sizeof identity.sequence);
   std::memcpy(&identity.version, record + 8, sizeof identity.version);
-  std::vector<std::byte> whole(size);
+  std::array<std::byte, host::kMaxRecordSize> whole;
   MakeRecord(identity, size, whole.data());
   if (std::memcmp(whole.data(), record, size) != 0) return std::nullopt;
   return identity;
