@@ -2,13 +2,15 @@
 """Counts the results in a JUnit file of ctest: prints `PASSED FAILED SKIPPED`.
 
 Tests that failed or were skipped are named on standard error, the failed ones with the end of their
-output. A test that could not be started, or was switched off, failed.
+output, the skipped ones with their reason. So is how many of the programs of tests/faults ran: what
+they need, a machine may not have. A test that could not be started, or was switched off, failed.
 """
 
 import sys
 import xml.etree.ElementTree as ElementTree
 
 SHOWN_LINES = 40
+FAULTS = "faults."
 
 
 def outcome(case):
@@ -29,9 +31,27 @@ def count(path):
     return cases
 
 
+def reason(case):
+    """The last line that says why a test was skipped, its own words."""
+    lines = (case.findtext("system-out") or "").splitlines()
+    said = [line for line in lines if line.startswith("skipped: ")]
+    return said[-1].removeprefix("skipped: ") if said else "it does not say why"
+
+
+def tell_faults(cases):
+    def of(*kinds):
+        names = (case.get("name") for kind in kinds for case in cases[kind])
+        return sum(name.startswith(FAULTS) for name in names)
+
+    ran, skipped = of("passed", "failed"), of("skipped")
+    if ran + skipped != 0:
+        print(f"fault tests: {ran} ran, {skipped} could not run here", file=sys.stderr)
+
+
 def tell(cases):
     for case in cases["skipped"]:
-        print(f"skipped: {case.get('name')}", file=sys.stderr)
+        print(f"skipped: {case.get('name')}: {reason(case)}", file=sys.stderr)
+    tell_faults(cases)
     for case in cases["failed"]:
         lines = (case.findtext("system-out") or "").splitlines()[-SHOWN_LINES:]
         print(f"failed: {case.get('name')}", *lines, sep="\n    ", file=sys.stderr)

@@ -1,5 +1,6 @@
 // The answer code of a command, asked for and given.
 #include <array>
+#include <utility>
 
 #include "host/bus/answer_code.h"
 #include "host/bus/byte_order.h"
@@ -65,9 +66,18 @@ bool Message::MayAnswer(int answer) const {
   return !sent_answer_ || (*sent_answer_ == kAnswerOk && answer != kAnswerOk);
 }
 
+std::optional<int> Message::ReleaseFailure() {
+  holds_failure_ = false;
+  return std::exchange(held_failure_, std::nullopt);
+}
+
 int Message::SendCommandAnswer(int answer) {
   if (IsLocalAnswer(answer)) return Refuse(BusError::kReservedAnswer);
   if (!MayAnswer(answer)) return Refuse(BusError::kWrongOrder);
+  if (holds_failure_ && answer != kAnswerOk && !sent_answer_) {
+    held_failure_ = answer;
+    return 0;
+  }
   std::array<unsigned char, kAnswerSize> payload;
   StoreNetwork32(payload.data(), static_cast<std::uint32_t>(answer));
   if (!connection_.WriteFrame(FrameType::kAnswer, payload)) return WriteFailed();

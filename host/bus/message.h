@@ -67,6 +67,12 @@ class Message final : public CAbstractPacketOptions {
   int GetCommandAnswer();
   int SendCommandAnswer(int answer);
 
+  // From now on an answer of failure is kept instead of sent, so that whoever handles the request
+  // may be asked again. The server's end only.
+  void HoldFailure() { holds_failure_ = true; }
+  // Ends that. Gives the answer that was kept, which the caller then sends or not.
+  std::optional<int> ReleaseFailure();
+
   // Of the table that ReadHeader read.
   const TableHeader& received() const { return read_header_; }
   // The answer code sent last; nothing before the first.
@@ -115,6 +121,8 @@ class Message final : public CAbstractPacketOptions {
   std::uint64_t values_set_ = 0;  // one bit per column
   std::uint64_t rows_written_ = 0;
   std::optional<int> sent_answer_;
+  bool holds_failure_ = false;
+  std::optional<int> held_failure_;
 
   ReadState read_state_ = ReadState::kNothing;
   TableHeader read_header_;

@@ -78,6 +78,9 @@ ExitCode RunImport(const ImportOptions& options) {
   if (writer.conversion()) {
     Complain(Describe(*writer.conversion(), writer.path()));
   }
+  if (writer.resizing()) {
+    Complain(Describe(*writer.resizing(), writer.path()));
+  }
   TimeKeeper keeper;
   keeper.RaiseFloor(writer.NewestTime());
   const std::uint64_t before = writer.RecordsAppended();

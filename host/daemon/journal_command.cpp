@@ -3,13 +3,17 @@
 #include <cstring>
 #include <exception>
 #include <fmt/format.h>
+#include <optional>
 #include <utility>
 
 #include "host/bus/answer_code.h"
 #include "host/bus/commands.h"
+#include "host/bus/message.h"
 #include "host/bus/table_header.h"
 #include "host/journals/open_journals.h"
 #include "host/log/log.h"
+#include "host/record_file/record_view.h"
+#include "host/record_file/settings.h"
 #include "packetdb/journal_server.h"
 
 namespace packetdb::host {
@@ -17,7 +21,7 @@ namespace packetdb::host {
 namespace {
 
 constexpr int kHandled = 0;
-constexpr int kFailed = -1;
+constexpr int kCallFailed = -1;
 
 // The name in a query; empty when there is none, which the library refuses.
 std::string NameAskedFor(const CAbstractPacketOptions& message) {
@@ -65,19 +69,40 @@ int JournalCommand::call(CAbstractPacketOptions* message) {
   } catch (const std::exception& error) {
     WriteLog(1, error.what());
     state_->failure = error.what();
-    return kFailed;
+    return kCallFailed;
   }
 }
 
-int JournalCommand::Serve(CAbstractPacketOptions* message) {
+// A record that turns out to be damaged, or that its writer has overtaken, makes the library give
+// up. Asked again, with all journals looked through first, it gets on without that record.
+int JournalCommand::Serve(CAbstractPacketOptions* request) {
+  auto& message = static_cast<Message&>(*request);  // nothing else is attached to a connection
+  const std::uint64_t failed_before = FailedReads();
+  message.HoldFailure();
+  int status = ServeOnce(message);
+  if (const std::optional<int> failure = message.ReleaseFailure(); failure) {
+    if (FailedReads() != failed_before) {
+      WriteLog(1,
+               "a query met a damaged record and is answered without it; packetdb check tells "
+               "which it is");
+      const ThoroughOpening thorough;
+      status = ServeOnce(message);
+    } else {
+      udbSendCommandAnswer(&message, *failure);
+    }
+  }
+  return status;
+}
+
+int JournalCommand::ServeOnce(CAbstractPacketOptions& message) {
   const OpenJournals journals(directory_);
   for (const std::string& problem : journals.problems()) {
     WriteLog(2, problem);
   }
-  state_->failure = WhyNotServed(journals, NameAskedFor(*message));
+  state_->failure = WhyNotServed(journals, NameAskedFor(message));
   UdbDispatcher::CommandCallbacksT<int> library;
   UdbJournalServer::RegisterCallbacks(journals.registry(), library);
-  const int status = library.front().m_callback->call(message);
+  const int status = library.front().m_callback->call(&message);
   if (status < 0) {
     state_->failure =
         "the journal could not be read, or the answer was too large for the memory "
@@ -96,9 +121,9 @@ int ExplainCommand::call(CAbstractPacketOptions* message) {
   constexpr std::size_t kLongestReason = 4096;
   const std::string reason = state_->failure.substr(0, kLongestReason);
   if (udbSendCommandAnswer(message, reason.empty() ? kAnswerNothingOrFailed : kAnswerOk) < 0) {
-    return kFailed;
+    return kCallFailed;
   }
-  return reason.empty() || SendText(*message, reason) ? kHandled : kFailed;
+  return reason.empty() || SendText(*message, reason) ? kHandled : kCallFailed;
 }
 
 const char* ExplainCommand::desc() const { return "explaining why the last query failed"; }

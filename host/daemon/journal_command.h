@@ -27,7 +27,8 @@ class JournalCommand : public UdbDispatcher::IUdbCallback {
   UdbDispatcher::IUdbCallback* Clone() const override;
 
  private:
-  int Serve(CAbstractPacketOptions* message);
+  int Serve(CAbstractPacketOptions* request);
+  int ServeOnce(CAbstractPacketOptions& message);
 
   std::string directory_;
   boost::shared_ptr<ConnectionState> state_;

@@ -7,7 +7,10 @@
 
 #include "host/journals/error.h"
 #include "host/journals/journal_format.h"
+#include "host/record_file/descriptor.h"
+#include "host/record_file/inspect.h"
 #include "host/record_file/modes.h"
+#include "host/record_file/open.h"
 #include "host/record_file/result.h"
 #include "packetdb/journal_format.h"
 #include "platform/record_file.h"
@@ -62,6 +65,15 @@ bool IsCopy(Reader& old_file, Reader& file, int position) {
   return std::memcmp(old_file.Record(position), copy, size) == 0;
 }
 
+// A reader gets in beside a writer; whoever converts would not.
+int LookForWriter(const std::string& path) {
+  Descriptor file;
+  RecordFileResult result = OpenUnlocked(path, Access::kRead, &file);
+  bool is_there = false;
+  if (result == kRecordFileOk) result = FindWriter(file, &is_there);
+  return is_there ? kInUse : result;
+}
+
 }  // namespace
 
 Copied CompareConverted(const std::string& old_path, const std::string& path) {
@@ -78,7 +90,8 @@ Copied CompareConverted(const std::string& old_path, const std::string& path) {
 
 int TryToOpen(const std::string& path, const RecordFileInfo& info, bool write) {
   CDbFile file;
-  return std::min(0, OpenAs(file, path, info, write ? mode::kWrite : mode::kRead));
+  const int status = std::min(0, OpenAs(file, path, info, write ? mode::kWrite : mode::kRead));
+  return status < 0 || write ? status : LookForWriter(path);
 }
 
 int OpenAs(CDbFile& file, const std::string& path, const RecordFileInfo& info, int bits) {

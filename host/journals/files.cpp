@@ -21,9 +21,23 @@ namespace {
   throw JournalError(fmt::format("cannot {} {}: {}", what, path, std::strerror(error)));
 }
 
+// Makes a call again that a signal interrupted: some file systems let that happen at any of them.
+template <class SystemCall>
+int Uninterrupted(SystemCall call) {
+  int result = call();
+  while (result < 0 && errno == EINTR) {
+    result = call();
+  }
+  return result;
+}
+
 Descriptor Open(const std::string& path, int flags) {
-  return Descriptor(
-      open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK, 0640));
+  const int all = flags | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK;
+  return Descriptor(Uninterrupted([&] { return open(path.c_str(), all, 0640); }));
+}
+
+bool Sync(const Descriptor& file) {
+  return Uninterrupted([&] { return fsync(file.get()); }) == 0;
 }
 
 // A name of this process's own for a file that is being made; no file has it before or after.
@@ -103,7 +117,7 @@ void CreateSmallFile(const std::string& path, std::string_view text) {
       Fail("create", fresh.path(), errno);
     }
     WriteAll(file.get(), text, 0, fresh.path());
-    if (fsync(file.get()) != 0) {
+    if (!Sync(file)) {
       Fail("sync", fresh.path(), errno);
     }
   }
@@ -119,18 +133,18 @@ void WriteTail(const std::string& path, std::size_t offset, std::string_view tex
   if (file.get() < 0) {
     Fail("open", path, errno);
   }
-  if (ftruncate(file.get(), static_cast<off_t>(offset)) != 0) {
+  if (Uninterrupted([&] { return ftruncate(file.get(), static_cast<off_t>(offset)); }) != 0) {
     Fail("write", path, errno);
   }
   WriteAll(file.get(), text, offset, path);
-  if (fdatasync(file.get()) != 0) {
+  if (Uninterrupted([&] { return fdatasync(file.get()); }) != 0) {
     Fail("sync", path, errno);
   }
 }
 
 void SyncFile(const std::string& path) {
   const Descriptor file = Open(path, O_RDONLY);
-  if (file.get() < 0 || fsync(file.get()) != 0) {
+  if (file.get() < 0 || !Sync(file)) {
     Fail("sync", path, errno);
   }
 }
@@ -140,7 +154,7 @@ void SyncDirectoryOf(const std::string& path) {
   // The directory itself may be a symbolic link: what is behind it is opened.
   const std::string name = (parent / ".").string();
   const Descriptor directory = Open(name, O_RDONLY | O_DIRECTORY);
-  if (directory.get() < 0 || fsync(directory.get()) != 0) {
+  if (directory.get() < 0 || !Sync(directory)) {
     Fail("sync the directory", name, errno);
   }
 }

@@ -58,6 +58,18 @@ Catalogue OpenCatalogue(const GroupOptions& options) {
 
 }  // namespace
 
+std::string Describe(const Resizing& resizing, const std::string& journal) {
+  const auto text = [](std::uint64_t capacity) {
+    return capacity == 0 ? std::string("any number of") : std::to_string(capacity);
+  };
+  if (resizing.now == resizing.asked_for) {
+    return fmt::format("journal {} keeps {} records from now on, {} before", journal,
+                       text(resizing.now), text(resizing.before));
+  }
+  return fmt::format("journal {} still keeps {} records, not {}: it could not be resized", journal,
+                     text(resizing.now), text(resizing.asked_for));
+}
+
 GroupWriter::GroupWriter(const GroupOptions& options)
     : path_(CheckedPath(options)),
       known_before_(std::filesystem::exists(CataloguePath(options.directory, options.group))),
@@ -89,11 +101,19 @@ void GroupWriter::OpenJournal(const GroupOptions& options) {
 // A file that had to be resized and found no room for that keeps what it kept. Then the repeats
 // that are remembered must not outnumber its records.
 int GroupWriter::OpenWith(int capacity) {
+  RecordFileInfo before;
+  const bool is_there = ProbeRecordFile(path_, &before) == 0;
   int status = storage_->Init(path_, capacity, kOpenForWriting, catalogue_.window());
-  RecordFileInfo info;
-  if (status == 0 && ProbeRecordFile(path_, &info) == 0 && CapacityArgument(info) != capacity) {
+  RecordFileInfo now;
+  if (status != 0 || ProbeRecordFile(path_, &now) != 0) {
+    return status;
+  }
+  if (is_there && CapacityArgument(before) != capacity && capacity > 0) {
+    resizing_ = {before.capacity, static_cast<std::uint64_t>(capacity), now.capacity};
+  }
+  if (CapacityArgument(now) != capacity) {
     storage_->Done();
-    status = storage_->Init(path_, CapacityArgument(info), kOpenForWriting, catalogue_.window());
+    status = storage_->Init(path_, CapacityArgument(now), kOpenForWriting, catalogue_.window());
   }
   return status;
 }

@@ -18,11 +18,22 @@ inline constexpr long kDefaultWindowSeconds = 60;  // how long an event takes up
 struct GroupOptions {
   std::string directory;
   std::string group;
-  // What an existing journal has wins over the defaults; asking for something else is an error.
+  // What an existing journal has wins over the defaults. Asking for another capacity resizes it;
+  // asking for another window is an error.
   std::optional<int> capacity;
   std::optional<long> window_seconds;
   bool keep_old = false;  // keep the old file of a journal that has to be converted
 };
+
+// Numbers of records that a journal keeps; 0: no bound.
+struct Resizing {
+  std::uint64_t before = 0;
+  std::uint64_t asked_for = 0;
+  std::uint64_t now = 0;  // as before when there was no room for the new file beside the old
+};
+
+// One line without a full stop.
+std::string Describe(const Resizing& resizing, const std::string& journal);
 
 class GroupWriter {
  public:
@@ -46,6 +57,8 @@ class GroupWriter {
   int RecordCount() const;
   // The conversion that opening made, or completed after a crash.
   const std::optional<Conversion>& conversion() const { return conversion_; }
+  // What became of the wish for another capacity than the journal had.
+  const std::optional<Resizing>& resizing() const { return resizing_; }
   const std::string& path() const { return path_; }  // of the journal
   long window_seconds() const { return catalogue_.window(); }
 
@@ -57,6 +70,7 @@ class GroupWriter {
   bool known_before_;  // the group had a catalogue already
   Catalogue catalogue_;
   std::optional<Conversion> conversion_;
+  std::optional<Resizing> resizing_;
   boost::shared_ptr<IJournalStorage> storage_;
   std::string last_interface_;
   std::size_t last_hash_ = 0;

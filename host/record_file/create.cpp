@@ -22,7 +22,6 @@ namespace packetdb::host {
 namespace {
 
 constexpr mode_t kFileMode = 0640;  // the writer writes, readers share its group
-constexpr std::uint64_t kZerosAtMost = std::uint64_t{1} << 30U;
 
 // Nobody of ours leaves such a thing under the temporary name, so there is no lock to wait for.
 bool CannotBeACreation(RecordFileResult why_not_opened) {
@@ -74,8 +73,8 @@ RecordFileResult Creation::Begin(const RecordFormat& format, std::uint64_t first
 RecordFileResult Creation::Open() {
   RecordFileResult result = RemoveTemporary(temporary_);
   if (result < 0) return result;
-  Descriptor opened(open(temporary_.c_str(),
-                         O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY, kFileMode));
+  Descriptor opened = OpenDescriptor(
+      temporary_, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY, kFileMode);
   if (!opened.IsOpen()) return errno == EEXIST ? kUnsettled : ResultFromErrno(errno);
   result = Lock(opened);
   // Between the two calls another creation may have taken the file for a leftover. Then it holds

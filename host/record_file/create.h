@@ -63,9 +63,12 @@ void RemoveLeftover(const std::string& path);
 // Allocates the bytes from `offset` on; kNoSpace and its like leave the file's length unchanged.
 RecordFileResult AllocateSpace(const Descriptor& file, std::uint64_t offset, std::uint64_t length);
 
+// Bytes that WriteZeros fills at most.
+inline constexpr std::uint64_t kZerosAtMost = std::uint64_t{1} << 30U;
+
 // Fills allocated space with zeros, which it reads as anyway: later stores into space that was
-// never written make the file system change its own records in the middle of them. Not more than
-// the first gibibyte: beyond, that is left to come. Best effort.
+// never written make the file system change its own records in the middle of them. Beyond
+// kZerosAtMost that is left to Prefault. Best effort.
 void WriteZeros(const Descriptor& file, std::uint64_t begin, std::uint64_t end);
 
 }  // namespace packetdb::host

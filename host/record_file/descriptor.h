@@ -1,6 +1,10 @@
 // A file descriptor that is closed with its owner.
 #pragma once
 
+#include <cerrno>
+#include <fcntl.h>
+#include <string>
+#include <sys/types.h>
 #include <unistd.h>
 #include <utility>
 
@@ -27,5 +31,12 @@ class Descriptor {
  private:
   int fd_ = -1;
 };
+
+// open(2), again when a signal interrupts it: file systems that wait for somebody let that happen.
+inline Descriptor OpenDescriptor(const std::string& path, int flags, mode_t mode = 0) {
+  int fd = open(path.c_str(), flags, mode);
+  while (fd < 0 && errno == EINTR) fd = open(path.c_str(), flags, mode);
+  return Descriptor(fd);
+}
 
 }  // namespace packetdb::host

@@ -26,10 +26,9 @@ MappingGuard::Range* FindRange(std::uintptr_t address) {
 }
 
 // mmap is a plain system call: safe in a handler, though no standard says so.
-bool PutEmptyPage(std::uintptr_t address) {
-  // The address comes from the kernel as a number.
-  void* const page = reinterpret_cast<void*>(  // NOLINT(performance-no-int-to-ptr)
-      address / kPageSize * kPageSize);
+bool PutEmptyPage(void* address) {
+  auto* const byte = static_cast<std::byte*>(address);
+  std::byte* const page = byte - reinterpret_cast<std::uintptr_t>(byte) % kPageSize;
   return mmap(page, kPageSize, PROT_READ | PROT_WRITE, MAP_FIXED | MAP_PRIVATE | MAP_ANONYMOUS, -1,
               0) != MAP_FAILED;
 }
@@ -52,7 +51,7 @@ void OnBusError(int signal, siginfo_t* info, void* context) {
   const auto address = reinterpret_cast<std::uintptr_t>(info->si_addr);
   // What somebody sent has no address.
   MappingGuard::Range* const range = info->si_code > 0 ? FindRange(address) : nullptr;
-  if (range != nullptr && PutEmptyPage(address)) {
+  if (range != nullptr && PutEmptyPage(info->si_addr)) {
     range->lost.store(true);
   } else {
     PassOn(signal, info, context);

@@ -30,7 +30,7 @@ int SetLock(const Descriptor& file, short type) {
 
 RecordFileResult OpenUnlocked(const std::string& path, Access access, Descriptor* file) {
   const int direction = access == Access::kWrite ? O_RDWR : O_RDONLY;
-  Descriptor opened(open(path.c_str(), direction | kOpenFlags));
+  Descriptor opened = OpenDescriptor(path, direction | kOpenFlags);
   if (!opened.IsOpen()) return ResultFromErrno(errno);
   const RecordFileResult result = RequireRegular(opened);
   if (result == kRecordFileOk) *file = std::move(opened);

@@ -1,16 +1,24 @@
 #include "host/record_file/open_file.h"
 
 #include <algorithm>
+#include <cstring>
+#include <sys/stat.h>
 #include <syslog.h>
+#include <unistd.h>
 #include <utility>
 
+#include "host/record_file/open.h"
 #include "host/record_file/open_or_create.h"
 #include "host/record_file/resize.h"
 #include "host/record_file/settings.h"
+#include "host/record_file/superblock.h"
 #include "platform/log.h"
 
 namespace packetdb::host {
 namespace {
+
+// Of a reader at a file whose writers come and go.
+constexpr int kMostLooks = 100;
 
 bool IsAskedFor(const FileFacts& facts, const OpenRequest& request) {
   return request.any_format || (facts.format.magic == request.format.magic &&
@@ -36,6 +44,7 @@ RecordFileResult LookForWriter(const Descriptor& file, Access access, OtherWrite
 
 RecordFileResult OpenFile::Open(const OpenRequest& request) {
   path_ = request.path;
+  opened_by_ = getpid();
   Descriptor file;
   RecordFileResult result = OpenOrCreate(request, &file);
   if (result == kRecordFileOk) result = Attach(std::move(file), request);
@@ -44,10 +53,7 @@ RecordFileResult OpenFile::Open(const OpenRequest& request) {
 }
 
 RecordFileResult OpenFile::Attach(Descriptor file, const OpenRequest& request) {
-  // Before the state is read: a writer that comes later only adds to what the page says.
-  OtherWriter other = OtherWriter::kNone;
-  RecordFileResult result = LookForWriter(file, request.access, &other);
-  if (result == kRecordFileOk) result = Inspect(file, &facts_);
+  RecordFileResult result = Inspect(file, &facts_);
   if (result == kRecordFileOk && !IsAskedFor(facts_, request)) result = kOtherFormat;
   if (result < 0) return result;
   file_ = std::move(file);
@@ -55,15 +61,37 @@ RecordFileResult OpenFile::Attach(Descriptor file, const OpenRequest& request) {
   const Way way = GetRecordFileSettings().by_calls ? Way::kByCalls : BestWay(file_);
   result = medium_.Open(file_, 0, FileLength(geometry_), request.access, way);
   if (result < 0) return result;
-  const Look look = GetRecordFileSettings().verify_at_opening ? Look::kThorough : Look::kQuick;
   Recovered recovered;
-  result = Recover(medium_, geometry_, facts_.state, other, look, &recovered);
+  result = FindOut(request.access, &recovered);
   if (result < 0) return result;
   recovered_next_ = recovered.next;
   view_.emplace(medium_, geometry_, recovered.holes);
   if (request.access == Access::kWrite) result = StartWriter(recovered, way);
   if (result == kRecordFileOk) UpdateWindow();
   return result;
+}
+
+// A reader's search takes no account of what a writer does meanwhile: then it is worth nothing, and
+// at the next look that writer is believed.
+RecordFileResult OpenFile::FindOut(Access access, Recovered* recovered) {
+  const Look look = GetRecordFileSettings().verify_at_opening ? Look::kThorough : Look::kQuick;
+  for (int attempt = 1;; ++attempt) {
+    // Before the state is read: a writer that comes later only adds to what the page says.
+    OtherWriter other = OtherWriter::kNone;
+    RecordFileResult result = LookForWriter(file_, access, &other);
+    if (result == kRecordFileOk) {
+      result = medium_.Read(kStateOffset, &facts_.state, sizeof facts_.state);
+    }
+    if (result == kRecordFileOk) {
+      result = Recover(medium_, geometry_, facts_.state, other, look, recovered);
+    }
+    const bool may_be_stale = recovered->searched && access == Access::kRead;
+    if (result < 0 || !may_be_stale || attempt == kMostLooks) return result;
+    StatePage now = {};
+    result = medium_.Read(kStateOffset, &now, sizeof now);
+    // Whoever changes records changes this page before the first of them.
+    if (result < 0 || std::memcmp(&now, &facts_.state, sizeof now) == 0) return result;
+  }
 }
 
 RecordFileResult OpenFile::StartWriter(const Recovered& recovered, Way way) {
@@ -110,10 +138,27 @@ void OpenFile::UpdateWindow() {
     view_->SetWindow(LiveWindow(geometry_, writer_->next()));
     return;
   }
-  const std::uint64_t stated = medium_.LoadWord(kNextOffset);
+  std::uint64_t stated = medium_.LoadWord(kNextOffset);
+  if (geometry_.capacity == 0) FollowGrowth(&stated);
   // What a dead writer left there was right or was found wrong. Only a living one changes it.
   const bool is_new = stated != facts_.state.next && IsPlausibleNext(geometry_, stated);
   view_->SetWindow(LiveWindow(geometry_, is_new ? stated : recovered_next_));
+}
+
+// What cannot be followed is left out: all records before it are there.
+void OpenFile::FollowGrowth(std::uint64_t* next) {
+  const std::uint64_t first = geometry_.first_sequence;
+  if (*next <= first + geometry_.slot_count || *next > first + kMaxRecords) return;
+  struct stat status = {};
+  Geometry larger = geometry_;
+  const bool is_known = fstat(file_.get(), &status) == 0 &&
+                        FitToLength(facts_.superblock, static_cast<std::uint64_t>(status.st_size),
+                                    &larger) == kRecordFileOk;
+  if (is_known && larger.slot_count > geometry_.slot_count &&
+      medium_.Grow(FileLength(larger)) == kRecordFileOk) {
+    geometry_ = larger;
+  }
+  *next = std::min(*next, first + geometry_.slot_count);
 }
 
 RecordFileResult OpenFile::Resize(const OpenRequest& request) {
@@ -121,6 +166,9 @@ RecordFileResult OpenFile::Resize(const OpenRequest& request) {
   RecordFileResult result = BuildResizedFile(request, &file);
   // Skipping what it met: damage is no reason to keep the file as it is.
   if (result == kDamagedRecord) result = BuildResizedFile(request, &file);
+  // The last step may fail when the new file has the name already. What was appended to the old one
+  // from then on would be lost with it.
+  if (result < 0 && !Names(path_, file_)) return result;
   if (result < 0) {
     const std::string text = path_ + ": still keeps " + std::to_string(facts_.format.capacity) +
                              " records, not " + std::to_string(request.format.capacity) + ": " +
@@ -149,7 +197,13 @@ RecordFileResult OpenFile::BuildResizedFile(const OpenRequest& request, Descript
   return BuildResized(path_, request.format, from, file);
 }
 
+// A forked process has a copy of everything, and neither the thread that flushes nor the right to
+// say that the file is closed, or to give its lock back: both are still its parent's.
 void OpenFile::Close() {
+  if (getpid() != opened_by_) {
+    if (writer_) writer_->Abandon();
+    return;
+  }
   if (writer_) writer_->Close(view_->Holes());
   writer_.reset();
   if (file_.IsOpen()) Unlock(file_);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <sys/types.h>
 
 #include "host/record_file/descriptor.h"
 #include "host/record_file/inspect.h"
@@ -43,13 +44,16 @@ class OpenFile {
 
  private:
   RecordFileResult Attach(Descriptor file, const OpenRequest& request);
+  RecordFileResult FindOut(Access access, Recovered* recovered);
   RecordFileResult StartWriter(const Recovered& recovered, Way way);
   RecordFileResult Resize(const OpenRequest& request);
   RecordFileResult BuildResizedFile(const OpenRequest& request, Descriptor* file);
   void UpdateWindow();
+  void FollowGrowth(std::uint64_t* next);
   void Close();
 
   std::string path_;
+  pid_t opened_by_ = 0;
   Descriptor file_;
   FileFacts facts_;
   Geometry geometry_;

@@ -1,6 +1,7 @@
 // The platform's record file on top of OpenFile: argument checks at the public edge.
 #include "platform/record_file.h"
 
+#include <new>
 #include <optional>
 
 #include "host/record_file/open_file.h"
@@ -26,7 +27,11 @@ int CDbFile::Init(const std::string& path, const char* magic, unsigned long reco
   host::OpenRequest request;
   int result = host::MakeRequest(path, magic, recordSize, maxRecords, mode, &request);
   if (result < 0) return result;
-  result = m_Impl->file.emplace().Open(request);
+  try {
+    result = m_Impl->file.emplace().Open(request);
+  } catch (const std::bad_alloc&) {
+    result = host::kNoMemory;
+  }
   if (result < 0) m_Impl->file.reset();
   return result;
 }

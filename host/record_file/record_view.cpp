@@ -1,6 +1,7 @@
 #include "host/record_file/record_view.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <cstring>
 
@@ -13,7 +14,11 @@ namespace {
 // search makes sense.
 constexpr std::uint64_t kLookBack = 4096;
 
+std::atomic<std::uint64_t> failed_reads{0};
+
 }  // namespace
+
+std::uint64_t FailedReads() { return failed_reads.load(std::memory_order_relaxed); }
 
 RecordFileResult RecordView::Read(int position, void* record) {
   if (!IsPosition(position)) return kBadPosition;
@@ -51,6 +56,7 @@ RecordFileResult RecordView::ReadSequence(std::uint64_t sequence, std::uint64_t 
     std::memcpy(record, frame.data(), geometry_.record_size);
     return result;
   }
+  failed_reads.fetch_add(1, std::memory_order_relaxed);
   if (result == kDamagedRecord) met_.push_back(sequence);
   std::memset(record, 0, geometry_.record_size);
   return result;

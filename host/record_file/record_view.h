@@ -13,6 +13,10 @@
 
 namespace packetdb::host {
 
+// How often a read in this process found its record damaged or gone. Whoever asked the library for
+// records, and got a failure, can tell from it that asking again would help.
+std::uint64_t FailedReads();
+
 class RecordView {
  public:
   // `medium` covers the file and `geometry` describes it; both outlive the view. `holes` are the

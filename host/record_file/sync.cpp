@@ -30,6 +30,7 @@ RecordFileResult Syncer::Start(const Descriptor& file, Way way, const SyncPolicy
   flushed_next_ = state_.LoadWord(kSyncedOffset);
   flushed_merges_ = state_.LoadWord(kMergesSyncedOffset);
   if (policy.mode != SyncMode::kPeriodic) return kRecordFileOk;
+  if (prefaulted_ && way == Way::kMapped) prefault_ = Prefault(file_, *prefaulted_);
   try {
     thread_ = std::thread([this, interval = policy.interval] { Run(interval); });
   } catch (const std::system_error& error) {
@@ -58,6 +59,7 @@ void Syncer::Stop() {
 
 void Syncer::Run(std::chrono::milliseconds interval) {
   while (Wait(interval) && FlushWhatIsNew() == kRecordFileOk) {
+    prefault_.Advance(state_.LoadWord(kNextOffset));
   }
 }
 
@@ -76,20 +78,23 @@ RecordFileResult Syncer::FlushWhatIsNew() {
 }
 
 RecordFileResult Syncer::Flush() {
-  if (HasFailed()) return kSystemError;
   const std::uint64_t next = state_.LoadWord(kNextOffset);
   const std::uint64_t merges = state_.LoadWord(kMergesOffset);
-  if (FlushData(file_) != 0) {
-    const int error = errno;
-    Fail(error);
-    return ResultFromErrno(error);
-  }
+  if (const RecordFileResult result = FlushUnnoted(); result < 0) return result;
   flushed_next_ = next;
   flushed_merges_ = merges;
   // A failure leaves them behind, which is on the safe side.
   state_.StoreWord(kSyncedOffset, next);
   state_.StoreWord(kMergesSyncedOffset, merges);
   return kRecordFileOk;
+}
+
+RecordFileResult Syncer::FlushUnnoted() {
+  if (HasFailed()) return kSystemError;
+  if (FlushData(file_) == 0) return kRecordFileOk;
+  const int error = errno;
+  Fail(error);
+  return ResultFromErrno(error);
 }
 
 void Syncer::Fail(int error) {

@@ -9,11 +9,14 @@
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
 #include "host/record_file/descriptor.h"
+#include "host/record_file/geometry.h"
 #include "host/record_file/medium.h"
+#include "host/record_file/prefault.h"
 #include "host/record_file/result.h"
 #include "host/record_file/settings.h"
 
@@ -29,6 +32,9 @@ class Syncer {
   Syncer& operator=(const Syncer&) = delete;
   ~Syncer() { Stop(); }
 
+  // Has the thread make pages ready ahead of the writer. Before Start.
+  void PrefaultFor(const Geometry& geometry) { prefaulted_ = geometry; }
+
   // `file` is open for writing and locked; `path` is for the log.
   RecordFileResult Start(const Descriptor& file, Way way, const SyncPolicy& policy,
                          const std::string& path);
@@ -41,6 +47,9 @@ class Syncer {
 
   // Flushes in the calling thread, which is that of the writer.
   RecordFileResult Flush();
+
+  // The same, but notes nothing when it succeeds: the page has a checksum by now.
+  RecordFileResult FlushUnnoted();
 
   bool HasFailed() const { return has_failed_.load(std::memory_order_relaxed); }
 
@@ -60,6 +69,8 @@ class Syncer {
   std::condition_variable wake_;
   bool stops_ = false;
   bool nudged_ = false;
+  std::optional<Geometry> prefaulted_;
+  Prefault prefault_;
   std::thread thread_;
 };
 

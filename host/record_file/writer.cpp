@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <syslog.h>
+#include <utility>
 
 #include "host/record_file/create.h"
 #include "host/record_file/layout.h"
@@ -37,7 +38,8 @@ Writer::Writer(const std::string& path, const Descriptor& file, Medium& medium, 
 RecordFileResult Writer::Start(Way way, const SyncPolicy& policy, const Recovered& recovered) {
   policy_ = policy;
   changes_until_nudge_ = ChangesIn(policy.bytes, geometry_);
-  RecordFileResult result = syncer_.Start(file_, way, policy, path_);
+  syncer_->PrefaultFor(geometry_);
+  RecordFileResult result = syncer_->Start(file_, way, policy, path_);
   if (result == kRecordFileOk && !has_both_superblocks_) result = RestoreSuperblocks();
   if (result == kRecordFileOk && !recovered.is_as_stated) result = Repair(recovered);
   return result;
@@ -125,7 +127,7 @@ RecordFileResult Writer::MarkOpen() {
   if (result < 0) return result;
   is_marked_ = true;
   // A failure has been reported, and does not stop a journal that can still outlive this process.
-  static_cast<void>(syncer_.Flush());
+  static_cast<void>(syncer_->Flush());
   return kRecordFileOk;
 }
 
@@ -152,10 +154,10 @@ int Writer::AfterChange(int result) {
   if (result < 0) return result;
   if (--changes_until_nudge_ == 0) {
     changes_until_nudge_ = ChangesIn(policy_.bytes, geometry_);
-    syncer_.Nudge();
+    syncer_->Nudge();
   }
   // A flush that fails is told of once; the record is kept all the same.
-  if (policy_.mode == SyncMode::kEach) static_cast<void>(syncer_.Flush());
+  if (policy_.mode == SyncMode::kEach) static_cast<void>(syncer_->Flush());
   return result;
 }
 
@@ -185,16 +187,23 @@ void Writer::NoteDamage(const std::vector<std::uint64_t>& sequences, std::uint64
 }
 
 void Writer::Close(std::uint64_t holes) {
-  syncer_.Stop();
+  syncer_->Stop();
   if (medium_.IsLost()) {
     Report(LOG_ERR, "the file was cut or could not be read while it was open");
     return;
   }
   if (!is_marked_) return;
   state_.known_holes = holes;
-  if (syncer_.Flush() == kRecordFileOk && MarkClosed() == kRecordFileOk) {
-    static_cast<void>(syncer_.Flush());
+  if (syncer_->Flush() == kRecordFileOk && MarkClosed() == kRecordFileOk) {
+    static_cast<void>(syncer_->FlushUnnoted());
   }
+}
+
+// Destroying it would wait for a thread that this process does not have. It stays reachable, so
+// that nobody takes it for forgotten.
+void Writer::Abandon() {
+  static auto* const abandoned = new std::vector<std::unique_ptr<Syncer>>;
+  abandoned->push_back(std::move(syncer_));
 }
 
 // Everything else of the file is on the disk by now.

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,10 @@ class Writer {
   // changed.
   void Close(std::uint64_t holes);
 
+  // In a forked process, instead of Close: lets go of everything and changes nothing. The thread
+  // that flushes is the parent's.
+  void Abandon();
+
  private:
   RecordFileResult Repair(const Recovered& recovered);
   RecordFileResult ClearUnused(const Recovered& recovered);
@@ -69,7 +74,7 @@ class Writer {
   bool is_marked_ = false;  // the page says that the file is being changed
   SyncPolicy policy_;
   std::uint64_t changes_until_nudge_ = 0;
-  Syncer syncer_;
+  std::unique_ptr<Syncer> syncer_ = std::make_unique<Syncer>();
 };
 
 }  // namespace packetdb::host

@@ -186,12 +186,15 @@ TEST(ExitCodeTest, GroupNameThatIsNoneIsAUsageError) {
                 kExitUsage, "'../up'");
 }
 
-TEST(ExitCodeTest, OtherCapacityThanTheJournalsFails) {
+TEST(ExitCodeTest, OtherCapacityThanTheJournalsSucceedsAndSaysWhatBecameOfIt) {
   const TemporaryDirectory journals;
   Journal(journals.path(), "all", {EventAt(0)});
-  ExpectOneLine(
-      RunCommand({"import", Sample("lan.pcap"), "-d", journals.path(), "--capacity", "77"}),
-      kExitFailed, journals.Path("all.journal"));
+  const Outcome outcome =
+      RunCommand({"import", Sample("lan.pcap"), "-d", journals.path(), "--capacity", "77"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, HasSubstr("the journal holds 77 records"));
+  EXPECT_THAT(outcome.err,
+              HasSubstr(journals.Path("all.journal") + " keeps 77 records from now on"));
 }
 
 TEST(ExitCodeTest, FullOutputFails) {

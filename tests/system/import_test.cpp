@@ -63,7 +63,7 @@ TEST_F(ImportTest, IsNotKeptOutByAClientThatIsMerelyConnected) {
   EXPECT_THAT(Ask(*connection, QueryOf("all")).rows, SizeIs(2));
 }
 
-TEST_F(ImportTest, IsRefusedWhileAnAnswerIsOnItsWayAndSucceedsAfterwards) {
+TEST_F(ImportTest, SucceedsWhileAnAnswerIsOnItsWay) {
   constexpr std::uint32_t kMoreThanASocketTakes = 20000;
   std::vector<SeenEvent> events;
   for (std::uint32_t i = 0; i < kMoreThanASocketTakes; ++i) {
@@ -76,18 +76,19 @@ TEST_F(ImportTest, IsRefusedWhileAnAnswerIsOnItsWayAndSucceedsAfterwards) {
   ASSERT_EQ(client.Receive(100).size(), 100u);
   const Program::Arguments arguments = {"import",         CaptureAt(0), "-d",
                                         journals_.path(), "-g",         "edge"};
-  EXPECT_THAT(RunCommand(arguments).err, HasSubstr("in use by another process"));
-  client.Vanish();
-  ASSERT_TRUE(daemon.BecomesIdle());
   EXPECT_EQ(RunCommand(arguments).status, 0);
+  client.Vanish();
 }
 
-TEST_F(ImportTest, QueryOfAJournalThatIsBeingWrittenFailsAndSaysSo) {
+TEST_F(ImportTest, JournalThatIsBeingWrittenAnswersWithWhatItHas) {
   const Daemon daemon(journals_.path());
-  const GroupWriter writer({journals_.path(), "edge", 100, {}});
-  const Outcome outcome = RunCommand({"query", "edge", "-s", daemon.socket()});
-  EXPECT_EQ(outcome.status, kExitFailed);
-  EXPECT_THAT(outcome.err, HasSubstr("in use by another process"));
+  GroupWriter writer({journals_.path(), "edge", 100, {}});
+  const auto connection = Connect(daemon.socket());
+  for (std::size_t count = 1; count <= 3; ++count) {
+    const SeenEvent event = EventAt(static_cast<std::uint32_t>(count));
+    writer.Add(event.event, event.interface);
+    EXPECT_THAT(Ask(*connection, QueryOf("edge")).rows, SizeIs(count));
+  }
 }
 
 TEST_F(ImportTest, OptionsInFrontOfCapturesDoNotSwallowThem) {

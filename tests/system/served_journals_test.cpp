@@ -56,11 +56,26 @@ TEST(ServedJournalsTest, DamagedJournalIsReportedAndOthersAreServed) {
   const TemporaryDirectory journals;
   Journal(journals.path(), "broken", {EventAt(0)});
   Journal(journals.path(), "edge", {EventAt(0)});
-  Damage(journals.Path("broken.journal"), 40);
+  for (const int superblock : {0, 4096}) Damage(journals.Path("broken.journal"), superblock + 40);
   const Daemon daemon(journals.path());
   EXPECT_TRUE(daemon.LogSays("cannot open journal " + journals.Path("broken.journal")));
   EXPECT_EQ(Ask(daemon.socket(), QueryOf("broken")).status, kNothing);
   EXPECT_THAT(Ask(daemon.socket(), QueryOf("edge")).rows, SizeIs(1));
+}
+
+// Where the frame of a record lies in a journal: six frames of 80 bytes in each cell of 512.
+std::streamoff ByteOfRecord(int record) { return 12288 + record / 6 * 512 + record % 6 * 80; }
+
+TEST(ServedJournalsTest, DamagedRecordsAreMissingFromAnAnswerAndNothingElseIs) {
+  const TemporaryDirectory journals;
+  std::vector<SeenEvent> events;
+  for (std::uint32_t i = 0; i < 20; ++i) events.push_back(EventAt(i));
+  Journal(journals.path(), "edge", events);
+  for (const int record : {3, 4, 17}) Damage(journals.Path("edge.journal"), ByteOfRecord(record));
+  const Daemon daemon(journals.path());
+  EXPECT_THAT(Ask(daemon.socket(), QueryOf("edge")).rows, SizeIs(17));
+  EXPECT_TRUE(daemon.LogSays("met a damaged record"));
+  EXPECT_THAT(Ask(daemon.socket(), QueryOf("edge")).rows, SizeIs(17)) << "again";
 }
 
 TEST(ServedJournalsTest, JournalThatIsNoneIsReportedAndLeftAlone) {

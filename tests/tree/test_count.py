@@ -49,6 +49,15 @@ class Count(canary.TreeTest):
         self.assertEqual(done.stdout.strip(), "1 0 1")
         self.assertIn("skipped: a", done.stderr)
 
+    def test_skipped_fault_test_is_counted_and_says_why(self):
+        skip = "set_tests_properties(faults.b PROPERTIES SKIP_RETURN_CODE 77)\n"
+        tests = ('add_test(faults.a true)\n'
+                 'add_test(faults.b sh -c "echo skipped: no loop devices; exit 77")\n')
+        done = self.count(tests + skip)
+        self.assertEqual(done.stdout.strip(), "1 0 1")
+        self.assertIn("skipped: faults.b: no loop devices", done.stderr)
+        self.assertIn("fault tests: 1 ran, 1 could not run here", done.stderr)
+
     def test_output_of_a_failed_test_is_shown(self):
         self.assertIn("why", self.count('add_test(a sh -c "echo why; false")\n').stderr)
 

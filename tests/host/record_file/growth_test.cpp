@@ -37,6 +37,20 @@ TEST_F(RecordFileNumbers, AnUnboundedFileGrowsAsOftenAsNeeded) {
   for (std::uint64_t i = 0; i < kRecords; ++i) ASSERT_EQ(values[i], i + 1);
 }
 
+TEST_F(RecordFileNumbers, AReaderFollowsAFileThatGrows) {
+  OpenAt(0, kNoBound);
+  CDbFile reader;
+  ASSERT_EQ(Open(reader, path_, kModeRead, kNoBound), kRecordFileOk);
+  for (std::uint64_t value = 0; value < 50000; ++value) {
+    ASSERT_GE(Append(file_, value), 0);
+    if (value % 1000 != 0) continue;
+    ASSERT_EQ(reader.RecordCount(), static_cast<int>(value) + 1);
+    TestRecord newest;
+    ASSERT_GE(reader.ReadRecord(static_cast<int>(value), newest.data()), 0);
+    ASSERT_EQ(ValueOf(newest), value);
+  }
+}
+
 TEST_F(RecordFileNumbers, AFailedGrowthChangesNothingAndMayBeRetried) {
   path_ = MakeJournal(disk_, 0, kNoBound);
   const auto fill_up = [&] {
