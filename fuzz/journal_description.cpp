@@ -45,8 +45,9 @@ class Source {
 
 template <class Number>
 void Put(Number number, Bytes* bytes) {
-  const auto* const at = reinterpret_cast<const std::uint8_t*>(&number);
-  bytes->insert(bytes->end(), at, at + sizeof number);
+  const std::size_t size = bytes->size();
+  bytes->resize(size + sizeof number);
+  std::memcpy(bytes->data() + size, &number, sizeof number);
 }
 
 // The next byte that is not zero, from `begin` on.
