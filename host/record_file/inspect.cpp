@@ -42,12 +42,16 @@ std::uint64_t GotOf(std::uint64_t got, std::uint64_t offset) {
 }
 
 // The intact one of the two; else what is wrong with the first, unless that is so far gone that the
-// second tells more.
+// second tells more. Two intact ones that differ are not of one file: nobody can tell which of them
+// goes with the records.
 RecordFileResult Choose(const Front& front, std::uint64_t got, const Superblock** chosen) {
   const RecordFileResult first = VerifySuperblock(front.a, got);
-  *chosen = &front.a;
-  if (first == kRecordFileOk) return first;
   const RecordFileResult second = VerifySuperblock(front.b, GotOf(got, kSuperblockBOffset));
+  *chosen = &front.a;
+  if (first == kRecordFileOk) {
+    const bool differ = std::memcmp(&front.a, &front.b, sizeof front.a) != 0;
+    return second == kRecordFileOk && differ ? kAbsurdHeader : first;
+  }
   if (second == kRecordFileOk) {
     *chosen = &front.b;
     return second;

@@ -139,10 +139,11 @@ void OpenFile::UpdateWindow() {
     return;
   }
   std::uint64_t stated = medium_.LoadWord(kNextOffset);
-  if (geometry_.capacity == 0) FollowGrowth(&stated);
   // What a dead writer left there was right or was found wrong. Only a living one changes it.
-  const bool is_new = stated != facts_.state.next && IsPlausibleNext(geometry_, stated);
-  view_->SetWindow(LiveWindow(geometry_, is_new ? stated : recovered_next_));
+  const bool is_new = stated != facts_.state.next;
+  if (is_new && geometry_.capacity == 0) FollowGrowth(&stated);
+  const bool is_used = is_new && IsPlausibleNext(geometry_, stated);
+  view_->SetWindow(LiveWindow(geometry_, is_used ? stated : recovered_next_));
 }
 
 // What cannot be followed is left out: all records before it are there.

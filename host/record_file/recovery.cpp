@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <utility>
 
 #include "host/record_file/frame_reader.h"
@@ -17,10 +18,20 @@ namespace {
 // was not flushed.
 constexpr std::uint64_t kTail = 4096;
 
+// How many of the newest records of a closed file may be damaged before its state page is doubted.
+constexpr std::uint64_t kWitnesses = 64;
+
 class Recovery {
  public:
   Recovery(const Medium& medium, const Geometry& geometry, const StatePage& state)
       : medium_(medium), geometry_(geometry), state_(state), reader_(medium, geometry) {}
+
+  // Whether the records are those that a page speaks of which says that the file was closed: its
+  // checksum does not tell an earlier page, or that of another file. A writer that has come since
+  // has marked the file before it changed anything else.
+  bool AgreesWithRecords() const {
+    return (!HasRecordBehind() && HasNewRecords()) || !StillSaysClosed();
+  }
 
   // The state page is right.
   RecordFileResult Believe(Look look, Recovered* out) {
@@ -70,6 +81,24 @@ class Recovery {
  private:
   static std::uint64_t Least(std::uint64_t count, const Window& window) {
     return std::min(count, window.size());
+  }
+
+  bool HasRecordBehind() const { return HasRoomFor(state_.next) && reader_.SlotHas(state_.next); }
+
+  // Some of the newest ones are there, if any have to be.
+  bool HasNewRecords() const {
+    const Window live = LiveWindow(geometry_, state_.next);
+    const std::uint64_t begin = live.end - Least(kWitnesses, live);
+    for (std::uint64_t sequence = live.end; sequence > begin; --sequence) {
+      if (reader_.SlotHas(sequence - 1)) return true;
+    }
+    return live.size() == 0;
+  }
+
+  bool StillSaysClosed() const {
+    constexpr std::uint64_t kOffset = kStateOffset + offsetof(StatePage, state);
+    Medium::Fence();
+    return static_cast<std::uint32_t>(medium_.LoadWord(kOffset)) == kClosed;
   }
 
   bool HasRoomFor(std::uint64_t next) const {
@@ -122,9 +151,11 @@ RecordFileResult Recover(const Medium& medium, const Geometry& geometry, const S
   RecordFileResult result = kRecordFileOk;
   const bool is_plausible = IsPlausibleNext(geometry, state.next);
   // A writer that is still finding out what the machine lost has not said so yet.
+  const bool is_being_written = writer == OtherWriter::kAtWork && IsOfThisBoot(state);
   const bool is_believed =
-      IsSoundlyClosed(state) || (writer == OtherWriter::kAtWork && IsOfThisBoot(state));
-  if (is_believed && is_plausible) {
+      is_plausible &&
+      (is_being_written || (IsSoundlyClosed(state) && recovery.AgreesWithRecords()));
+  if (is_believed) {
     result = recovery.Believe(look, &recovered);
   } else {
     // A file system that was shut down and mounted again within one boot lost what was not flushed.

@@ -25,10 +25,15 @@ class Ring {
   std::uint64_t next() const { return next_; }
   std::uint64_t merges() const { return merges_; }
 
-  // False when a file without a bound must grow before the next append.
+  // False when a file without a bound must grow before the next append, and when there are no more
+  // numbers.
   bool HasRoom() const {
-    return geometry_.capacity != 0 || next_ - geometry_.first_sequence < geometry_.slot_count;
+    const bool has_slot =
+        geometry_.capacity != 0 || next_ - geometry_.first_sequence < geometry_.slot_count;
+    return has_slot && HasNumbers();
   }
+  // No writer uses them up, but a file can be made whose numbers begin near their end.
+  bool HasNumbers() const { return next_ < kMaxSequence - 1; }
 
   // Only with room. Returns the ticket, or a failure of the medium with nothing appended.
   int Append(const void* record);

@@ -172,7 +172,7 @@ int Writer::AfterChange(int result) {
 }
 
 RecordFileResult Writer::MakeRoom() {
-  if (geometry_.slot_count >= kMaxRecords) return kTooManyRecords;
+  if (geometry_.slot_count >= kMaxRecords || !ring_.HasNumbers()) return kTooManyRecords;
   Geometry larger = geometry_;
   larger.slot_count =
       std::min(geometry_.slot_count + GrowthSlots(geometry_.frames_per_cell), kMaxRecords);

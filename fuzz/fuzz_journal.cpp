@@ -1,0 +1,24 @@
+// The target for libFuzzer.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#include "fuzz/journal_mutator.h"
+#include "fuzz/journal_target.h"
+
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t max_size);
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  packetdb::fuzz::TryJournal(data, size);
+  return 0;
+}
+
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
+                                               std::size_t max_size, unsigned int seed) {
+  packetdb::fuzz::JournalMutator mutator(seed);
+  if (mutator.WantsRawBytes()) size = LLVMFuzzerMutate(data, size, max_size);
+  const packetdb::fuzz::Bytes mutated = mutator.Mutate(data, size);
+  if (mutated.size() > max_size) return size;
+  std::copy(mutated.begin(), mutated.end(), data);
+  return mutated.size();
+}
