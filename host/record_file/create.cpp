@@ -112,6 +112,8 @@ RecordFileResult Creation::Publish(Predecessor predecessor, Descriptor* file) {
 }
 
 RecordFileResult Creation::Rename(Predecessor predecessor) {
+  // Whoever may not lock the temporary file may still have removed it, and made another.
+  if (!Names(temporary_, file_)) return kUnsettled;
   const unsigned int flags = predecessor == Predecessor::kNone ? RENAME_NOREPLACE : 0;
   if (renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), flags) == 0) {
     return kRecordFileOk;

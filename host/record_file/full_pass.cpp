@@ -132,11 +132,42 @@ class Pass {
   PassResult found_;
 };
 
+// The high half of a number is tried out: up to 2^48 records, which are more than any writer makes.
+bool TryHighHalves(const Geometry& geometry, std::uint64_t slot, const std::byte* frame,
+                   std::uint64_t* sequence) {
+  constexpr std::uint64_t kHighHalves = 1U << 16U;
+  const std::uint64_t low = LowSequenceOf(geometry, frame);
+  const std::uint64_t first = geometry.first_sequence >> 32U;
+  for (std::uint64_t high = first; high < first + kHighHalves; ++high) {
+    const std::uint64_t candidate = high << 32U | low;
+    if (candidate < geometry.first_sequence || candidate >= kMaxSequence) continue;
+    if (SlotOf(geometry, candidate) != slot || !IsFrameOf(geometry, candidate, frame)) continue;
+    *sequence = candidate;
+    return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 RecordFileResult PassOver(const Medium& medium, const Geometry& geometry, std::uint64_t hint,
                           PassResult* out) {
   return Pass(medium, geometry, hint).Run(out);
+}
+
+RecordFileResult GuessSequence(const Medium& medium, const Geometry& geometry,
+                               std::uint64_t* sequence) {
+  constexpr int kMostFrames = 64;  // damaged ones, each of which takes about a millisecond
+  Cells cells(medium, geometry);
+  int tried = 0;
+  for (std::uint64_t slot = 0; slot < geometry.slot_count && tried < kMostFrames; ++slot) {
+    const std::byte* const frame = cells.Frame(slot);
+    if (frame == nullptr) return cells.result();
+    if (IsNeverWritten(geometry, frame)) continue;
+    ++tried;
+    if (TryHighHalves(geometry, slot, frame, sequence)) return kRecordFileOk;
+  }
+  return kDamagedRecord;
 }
 
 RecordFileResult FindHoles(const Medium& medium, const Geometry& geometry, const Window& window,

@@ -21,6 +21,11 @@ struct PassResult {
 RecordFileResult PassOver(const Medium& medium, const Geometry& geometry, std::uint64_t hint,
                           PassResult* out);
 
+// The number of some record of the file, when nothing else tells how high they are. Fails with
+// kDamagedRecord when no frame can be made out.
+RecordFileResult GuessSequence(const Medium& medium, const Geometry& geometry,
+                               std::uint64_t* sequence);
+
 // The live numbers of `window` without a record, ascending.
 RecordFileResult FindHoles(const Medium& medium, const Geometry& geometry, const Window& window,
                            std::vector<std::uint64_t>* holes);

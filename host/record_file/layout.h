@@ -110,6 +110,7 @@ inline constexpr std::uint64_t kMergesOffset = kStateOffset + offsetof(StatePage
 inline constexpr std::uint64_t kSyncedOffset = kStateOffset + offsetof(StatePage, synced);
 inline constexpr std::uint64_t kMergesSyncedOffset =
     kStateOffset + offsetof(StatePage, merges_synced);
+inline constexpr std::uint64_t kOpenedOffset = kStateOffset + offsetof(StatePage, opened_ns);
 inline constexpr std::uint64_t kRedoOffset = kStateOffset + offsetof(StatePage, redo);
 inline constexpr std::uint64_t kChecksumOffset = kPageSize - 4;  // within its page
 

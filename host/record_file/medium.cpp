@@ -91,9 +91,4 @@ RecordFileResult Medium::WriteByCall(std::uint64_t offset, const void* bytes, st
   return kRecordFileOk;
 }
 
-std::uint64_t Medium::LoadByCall(std::uint64_t offset) const {
-  std::uint64_t value = 0;
-  return ReadByCall(offset, &value, sizeof value) == kRecordFileOk ? value : 0;
-}
-
 }  // namespace packetdb::host

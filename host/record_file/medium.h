@@ -66,14 +66,18 @@ class Medium {
     return kRecordFileOk;
   }
 
+  RecordFileResult ReadWord(std::uint64_t offset, std::uint64_t* value) const {
+    if (base_ == nullptr) return ReadByCall(offset, value, sizeof *value);
+    Fence();
+    *value = std::atomic_ref<std::uint64_t>(*Word(offset)).load(std::memory_order_acquire);
+    Fence();
+    return kRecordFileOk;
+  }
+
   // 0 when it cannot be read.
   std::uint64_t LoadWord(std::uint64_t offset) const {
-    if (base_ == nullptr) return LoadByCall(offset);
-    Fence();
-    const std::uint64_t value =
-        std::atomic_ref<std::uint64_t>(*Word(offset)).load(std::memory_order_acquire);
-    Fence();
-    return value;
+    std::uint64_t value = 0;
+    return ReadWord(offset, &value) == kRecordFileOk ? value : 0;
   }
 
   // Keeps what was written before ahead of what is written behind.
@@ -92,7 +96,6 @@ class Medium {
   RecordFileResult Map(std::uint64_t begin, std::uint64_t length, Access access);
   RecordFileResult ReadByCall(std::uint64_t offset, void* bytes, std::uint64_t size) const;
   RecordFileResult WriteByCall(std::uint64_t offset, const void* bytes, std::uint64_t size);
-  std::uint64_t LoadByCall(std::uint64_t offset) const;
 
   int fd_ = -1;
   std::byte* base_ = nullptr;  // where the file's first byte would be

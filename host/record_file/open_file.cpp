@@ -138,9 +138,15 @@ void OpenFile::UpdateWindow() {
     view_->SetWindow(LiveWindow(geometry_, writer_->next()));
     return;
   }
-  std::uint64_t stated = medium_.LoadWord(kNextOffset);
-  // What a dead writer left there was right or was found wrong. Only a living one changes it.
-  const bool is_new = stated != facts_.state.next;
+  std::uint64_t stated = 0;
+  std::uint64_t opened = 0;
+  const bool is_known = medium_.ReadWord(kNextOffset, &stated) == kRecordFileOk &&
+                        medium_.ReadWord(kOpenedOffset, &opened) == kRecordFileOk;
+  // Of a file that is gone, what was there stays, and cannot be read.
+  if (!is_known || medium_.IsLost()) return;
+  // What a dead writer left there was right or was found wrong. Only a living one changes it, or
+  // the page around it.
+  const bool is_new = stated != facts_.state.next || opened != facts_.state.opened_ns;
   if (is_new && geometry_.capacity == 0) FollowGrowth(&stated);
   const bool is_used = is_new && IsPlausibleNext(geometry_, stated);
   view_->SetWindow(LiveWindow(geometry_, is_used ? stated : recovered_next_));
@@ -190,7 +196,10 @@ RecordFileResult OpenFile::BuildResizedFile(const OpenRequest& request, Descript
   from.next = writer_->next();
   from.count = std::min(count, request.format.capacity);
   from.state = writer_->state();
-  from.state.overwritten_before += from.next - geometry_.first_sequence - from.count;
+  // A number without a record was lost, not overwritten.
+  from.state.overwritten_before +=
+      from.next - geometry_.first_sequence - from.count - view_->Holes();
+  from.file = &file_;
   const std::uint64_t dropped = count - from.count;
   from.read = [this, dropped](std::uint64_t i, void* record) {
     return view_->Read(static_cast<int>(dropped + i), record);

@@ -66,11 +66,8 @@ class Recovery {
 
   RecordFileResult Search(Recovered* out) {
     PassResult pass;
-    for (const std::uint64_t hint : Hints()) {
-      const RecordFileResult result = PassOver(medium_, geometry_, hint, &pass);
-      if (result < 0) return result;
-      if (pass.found_any) break;
-    }
+    const RecordFileResult result = SearchFrom(&pass);
+    if (result < 0) return result;
     out->searched = true;
     out->next = pass.found_any ? pass.newest + 1 : geometry_.first_sequence;
     out->holes = std::move(pass.holes);
@@ -105,9 +102,22 @@ class Recovery {
     return next < kMaxSequence - 1 && IsPlausibleNext(geometry_, next + 1);
   }
 
-  // Frames hold half of their numbers. Any of these words may be damaged, but not all of them.
-  std::array<std::uint64_t, 3> Hints() const {
-    return {state_.next, state_.synced, geometry_.first_sequence};
+  // Frames hold half of their numbers, and any word that could tell the other half may be damaged.
+  // What a frame itself says is right, but takes longer to find.
+  RecordFileResult SearchFrom(PassResult* pass) {
+    std::uint64_t hint = state_.next;
+    RecordFileResult result = PassOver(medium_, geometry_, hint, pass);
+    if (result == kRecordFileOk && !pass->found_any &&
+        GuessSequence(medium_, geometry_, &hint) == kRecordFileOk) {
+      result = PassOver(medium_, geometry_, hint, pass);
+    }
+    // From far away the newest may look like the oldest.
+    constexpr std::uint64_t kNear = std::uint64_t{1} << 30U;
+    while (result == kRecordFileOk && pass->found_any && pass->newest - hint + kNear > 2 * kNear) {
+      hint = pass->newest;
+      result = PassOver(medium_, geometry_, hint, pass);
+    }
+    return result;
   }
 
   // Numbers that had holes before are counted again only when nobody knew of them.
@@ -116,8 +126,13 @@ class Recovery {
         std::lower_bound(out->holes.begin(), out->holes.end(), state_.synced) - out->holes.begin());
     out->damaged = flushed - std::min(flushed, state_.known_holes);
     out->lost_unsynced = out->holes.size() - flushed;
-    const bool is_plausible = IsPlausibleNext(geometry_, state_.next);
-    if (is_plausible && state_.next > out->next) out->lost_unsynced += state_.next - out->next;
+    // What is gone from the end leaves no hole. No more can be gone than the file had room for; a
+    // word that says so is damaged itself.
+    const std::uint64_t room = geometry_.capacity == 0 ? kMaxRecords : geometry_.slot_count;
+    if (state_.next <= out->next || state_.next - out->next > room) return;
+    const std::uint64_t was_flushed = std::clamp(state_.synced, out->next, state_.next);
+    out->damaged += was_flushed - out->next;
+    out->lost_unsynced += state_.next - was_flushed;
   }
 
   // Not to be passed over when it cannot be read: the next overwrite replaces what is there.

@@ -1,7 +1,10 @@
 #include "host/record_file/resize.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 #include "host/record_file/create.h"
@@ -69,6 +72,22 @@ StatePage InheritedState(const Inheritance& from) {
   return state;
 }
 
+// Who could read and write the old file can read and write the new one, or it is not made.
+RecordFileResult TakeOverAccess(const Descriptor& old_file, const Descriptor& file) {
+  struct stat old_status = {};
+  struct stat status = {};
+  if (fstat(old_file.get(), &old_status) != 0 || fstat(file.get(), &status) != 0) {
+    return ResultFromErrno(errno);
+  }
+  const bool is_same = status.st_uid == old_status.st_uid && status.st_gid == old_status.st_gid;
+  if (!is_same && fchown(file.get(), old_status.st_uid, old_status.st_gid) != 0) {
+    return ResultFromErrno(errno);
+  }
+  constexpr mode_t kPermissions = 07777;
+  return fchmod(file.get(), old_status.st_mode & kPermissions) == 0 ? kRecordFileOk
+                                                                    : ResultFromErrno(errno);
+}
+
 RecordFileResult Fill(const Inheritance& from, const Creation& creation) {
   Geometry geometry;
   // Made with this length a moment ago.
@@ -88,6 +107,7 @@ RecordFileResult BuildResized(const std::string& path, const RecordFormat& forma
   RecordFileResult result = creation.Begin(format, from.next - from.count);
   if (result < 0) return result;
   result = Fill(from, creation);
+  if (result == kRecordFileOk) result = TakeOverAccess(*from.file, creation.file());
   return result < 0 ? result : creation.Publish(Predecessor::kLocked, file);
 }
 

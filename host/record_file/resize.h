@@ -14,9 +14,10 @@ namespace packetdb::host {
 
 // What the new file takes over from the old one.
 struct Inheritance {
-  std::uint64_t next = 0;   // its sequence numbers go on where those of the old one end
-  std::uint64_t count = 0;  // of records, the newest ones
-  StatePage state = {};     // counters
+  std::uint64_t next = 0;            // its sequence numbers go on where those of the old one end
+  std::uint64_t count = 0;           // of records, the newest ones
+  StatePage state = {};              // counters
+  const Descriptor* file = nullptr;  // whose owner, group and mode the new one gets
   // Copies record i of `count`, oldest first, or tells why it cannot.
   std::function<RecordFileResult(std::uint64_t i, void* record)> read;
 };

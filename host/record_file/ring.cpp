@@ -31,9 +31,7 @@ RecordFileResult Ring::Find(int ticket, std::uint64_t* sequence) const {
 }
 
 RecordFileResult Ring::Overwrite(std::uint64_t sequence, const void* record) {
-  if (is_unfinished_) {
-    if (const RecordFileResult result = CompleteRedo(unfinished_); result < 0) return result;
-  }
+  if (const RecordFileResult finished = Finish(); finished < 0) return finished;
   FrameBuffer frame;
   SealFrame(geometry_, record, sequence, frame.data());
   RecordFileResult result = medium_.Write(kRedoOffset, frame.data(), geometry_.frame_size);
@@ -44,6 +42,12 @@ RecordFileResult Ring::Overwrite(std::uint64_t sequence, const void* record) {
   is_unfinished_ = result < 0;
   unfinished_ = sequence;
   return result < 0 ? result : medium_.StoreWord(kMergesOffset, ++merges_);
+}
+
+RecordFileResult Ring::Finish() {
+  const RecordFileResult result = is_unfinished_ ? CompleteRedo(unfinished_) : kRecordFileOk;
+  is_unfinished_ = result < 0;
+  return result;
 }
 
 RecordFileResult Ring::CompleteRedo(std::uint64_t sequence) {

@@ -44,6 +44,9 @@ class Ring {
   // Replaces the record `sequence`, which is live.
   RecordFileResult Overwrite(std::uint64_t sequence, const void* record);
 
+  // Completes an overwrite that failed in the middle of its slot, if there was one.
+  RecordFileResult Finish();
+
   // Completes the overwrite whose frame the redo sector holds: that of `sequence`. Harmless when
   // repeated.
   RecordFileResult CompleteRedo(std::uint64_t sequence);

@@ -20,21 +20,25 @@ int FlushData(const Descriptor& file) {
 
 }  // namespace
 
-RecordFileResult Syncer::Start(const Descriptor& file, Way way, const SyncPolicy& policy,
-                               const std::string& path) {
+RecordFileResult Syncer::Attach(const Descriptor& file, Way way, const std::string& path) {
   path_ = path;
+  way_ = way;
   file_ = Descriptor(fcntl(file.get(), F_DUPFD_CLOEXEC, 0));
   if (!file_.IsOpen()) return ResultFromErrno(errno);
   const RecordFileResult result = state_.Open(file_, kStateOffset, kPageSize, Access::kWrite, way);
   if (result < 0) return result;
   flushed_next_ = state_.LoadWord(kSyncedOffset);
   flushed_merges_ = state_.LoadWord(kMergesSyncedOffset);
+  return kRecordFileOk;
+}
+
+RecordFileResult Syncer::Start(const SyncPolicy& policy) {
   if (policy.mode != SyncMode::kPeriodic) return kRecordFileOk;
-  if (prefaulted_ && way == Way::kMapped) prefault_ = Prefault(file_, *prefaulted_);
+  if (prefaulted_ && way_ == Way::kMapped) prefault_ = Prefault(file_, *prefaulted_);
   try {
     thread_ = std::thread([this, interval = policy.interval] { Run(interval); });
-  } catch (const std::system_error& error) {
-    return ResultFromErrno(error.code().value());
+  } catch (const std::system_error&) {
+    return kNoMemory;  // or too many threads, which is the same to who asks for one
   }
   return kRecordFileOk;
 }
@@ -72,15 +76,26 @@ bool Syncer::Wait(std::chrono::milliseconds interval) {
 }
 
 RecordFileResult Syncer::FlushWhatIsNew() {
+  const std::lock_guard lock(flushing_);
   const bool is_new = state_.LoadWord(kNextOffset) != flushed_next_ ||
                       state_.LoadWord(kMergesOffset) != flushed_merges_;
-  return is_new ? Flush() : kRecordFileOk;
+  return is_new ? FlushAndNote() : kRecordFileOk;
 }
 
 RecordFileResult Syncer::Flush() {
+  const std::lock_guard lock(flushing_);
+  return FlushAndNote();
+}
+
+RecordFileResult Syncer::FlushUnnoted() {
+  const std::lock_guard lock(flushing_);
+  return FlushOnly();
+}
+
+RecordFileResult Syncer::FlushAndNote() {
   const std::uint64_t next = state_.LoadWord(kNextOffset);
   const std::uint64_t merges = state_.LoadWord(kMergesOffset);
-  if (const RecordFileResult result = FlushUnnoted(); result < 0) return result;
+  if (const RecordFileResult result = FlushOnly(); result < 0) return result;
   flushed_next_ = next;
   flushed_merges_ = merges;
   // A failure leaves them behind, which is on the safe side.
@@ -89,7 +104,7 @@ RecordFileResult Syncer::Flush() {
   return kRecordFileOk;
 }
 
-RecordFileResult Syncer::FlushUnnoted() {
+RecordFileResult Syncer::FlushOnly() {
   if (HasFailed()) return kSystemError;
   if (FlushData(file_) == 0) return kRecordFileOk;
   const int error = errno;

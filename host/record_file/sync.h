@@ -35,9 +35,11 @@ class Syncer {
   // Has the thread make pages ready ahead of the writer. Before Start.
   void PrefaultFor(const Geometry& geometry) { prefaulted_ = geometry; }
 
-  // `file` is open for writing and locked; `path` is for the log.
-  RecordFileResult Start(const Descriptor& file, Way way, const SyncPolicy& policy,
-                         const std::string& path);
+  // `file` is open for writing and locked; `path` is for the log. From then on Flush can be called.
+  RecordFileResult Attach(const Descriptor& file, Way way, const std::string& path);
+
+  // Starts the thread, if `policy` wants one. Once, after Attach.
+  RecordFileResult Start(const SyncPolicy& policy);
 
   // Flushes soon. Cheap when the thread has not taken up the last request yet.
   void Nudge();
@@ -57,14 +59,19 @@ class Syncer {
   void Run(std::chrono::milliseconds interval);
   bool Wait(std::chrono::milliseconds interval);
   RecordFileResult FlushWhatIsNew();
+  RecordFileResult FlushAndNote();
+  RecordFileResult FlushOnly();
   void Fail(int error);
 
   std::string path_;
+  Way way_ = Way::kMapped;
   Descriptor file_;
   Medium state_;  // the state page alone
   std::uint64_t flushed_next_ = 0;
   std::uint64_t flushed_merges_ = 0;
   std::atomic<bool> has_failed_{false};
+  // Two flushes at a time would share a failure: one of them would take itself for a success.
+  std::mutex flushing_;
   std::mutex mutex_;
   std::condition_variable wake_;
   bool stops_ = false;

@@ -44,10 +44,11 @@ RecordFileResult Writer::Start(Way way, const SyncPolicy& policy, const Recovere
   policy_ = policy;
   changes_until_nudge_ = ChangesIn(policy.bytes, geometry_);
   syncer_->PrefaultFor(geometry_);
-  RecordFileResult result = syncer_->Start(file_, way, policy, path_);
+  RecordFileResult result = syncer_->Attach(file_, way, path_);
   if (result == kRecordFileOk && !has_both_superblocks_) result = RestoreSuperblocks();
   if (result == kRecordFileOk && !recovered.is_as_stated) result = Repair(recovered);
-  return result;
+  // Not before: a flush that failed in the middle of a repair would be forgotten at its end.
+  return result < 0 ? result : syncer_->Start(policy);
 }
 
 // Stopped anywhere, it is begun again by the next writer, and finds what it found.
@@ -66,7 +67,11 @@ RecordFileResult Writer::Repair(const Recovered& recovered) {
   state_.damaged += recovered.damaged;
   state_.lost_unsynced += recovered.lost_unsynced;
   state_.known_holes = recovered.holes.size();
-  return MarkOpen();
+  result = MarkOpen();
+  // Once more, so that the disk knows how far the first flush came: what was lost before that is
+  // not to be counted again after the next power cut.
+  static_cast<void>(syncer_->FlushUnnoted());
+  return result;
 }
 
 // What is of no use is zeros, so that a later look can tell damage from it.
@@ -208,6 +213,10 @@ void Writer::Close(std::uint64_t holes) {
     return;
   }
   if (!is_marked_) return;
+  if (ring_.Finish() < 0) {
+    Report(LOG_ERR, "an overwrite could not be completed; the next writer does that");
+    return;
+  }
   state_.known_holes = holes;
   if (syncer_->Flush() == kRecordFileOk && MarkClosed() == kRecordFileOk) {
     static_cast<void>(syncer_->FlushUnnoted());
