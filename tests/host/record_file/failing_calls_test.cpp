@@ -87,6 +87,19 @@ void MakeOfOtherBoot(World& world) {
   MoveToOtherBoot(world.path);
 }
 
+// A record that was never flushed is lost.
+void MakeWithLoss(World& world) {
+  MakeOfOtherBoot(world);
+  Bytes bytes = ReadBytes(world.path);
+  StatePage state = StateOf(bytes);
+  state.synced = 5;
+  PutState(state, &bytes);
+  WriteBytes(world.path, bytes);
+  DamageRecord(world.path, 5);
+  world.sure = {3, 4, 5, 70};
+  world.capacity = 4;
+}
+
 void MakeFailed(World& world) {
   MakeKilled(world);
   Bytes bytes = ReadBytes(world.path);
@@ -172,6 +185,7 @@ constexpr Scenario kScenarios[] = {
     {"ClearRedo", MakeWithTornRedo, OpenToWrite},
     {"Shrink", MakeToShrink, Shrink},
     {"WriteWithHole", MakeWithHole, [](World& world) { world.Run(kModeWrite, 5); }},
+    {"WriteAfterLoss", MakeWithLoss, [](World& world) { world.Run(kModeWrite, 5); }},
     {"WriteBesideLeftover", MakeWithLeftover, OpenToWrite},
     {"Adopt", MakeConverted, OpenOrCreateIt},
     {"Grow", MakeFull, OpenToWrite},
