@@ -225,7 +225,7 @@ class FailingCalls : public testing::TestWithParam<std::tuple<Scenario, Way, Tim
   // Runs the scenario with the `nth` call failing, if there are so many, and returns how many calls
   // there were. `failed` gets the name of that one.
   static int Run(int nth, World& world, std::string* failed) {
-    const auto& [scenario, way, times] = GetParam();
+    const auto times = std::get<Times>(GetParam());
     int count = 0;
     const Interposition interposition([&](const Made& made) -> std::optional<Instead> {
       ++count;
@@ -233,7 +233,7 @@ class FailingCalls : public testing::TestWithParam<std::tuple<Scenario, Way, Tim
       const bool fails = times == Times::kOnce ? count == nth : count >= nth;
       return fails ? std::optional(Instead{-1, EIO}) : PretendToFlush(made);
     });
-    scenario.run(world);
+    std::get<Scenario>(GetParam()).run(world);
     world.file.Done();
     return count;
   }
