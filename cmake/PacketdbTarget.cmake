@@ -12,7 +12,8 @@ if(PACKETDB_SANITIZE)
   target_link_options(packetdb_common INTERFACE -fsanitize=${PACKETDB_SANITIZE})
 endif()
 if(PACKETDB_COVERAGE)
-  target_compile_options(packetdb_common INTERFACE --coverage)
+  # Threads of one process would otherwise spoil each other's counts.
+  target_compile_options(packetdb_common INTERFACE --coverage -fprofile-update=atomic)
   target_link_options(packetdb_common INTERFACE --coverage)
 endif()
 

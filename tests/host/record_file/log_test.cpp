@@ -42,6 +42,17 @@ TEST_F(RecordFileLog, NamesEachRecordThatIsFoundDamaged) {
                                         "3 " + path_ + ": record 3 at byte 12528 is damaged"));
 }
 
+TEST_F(RecordFileLog, NamesThreeOfThemAndCountsTheRest) {
+  for (std::uint64_t sequence = 0; sequence < 5; ++sequence) DamageRecord(path_, sequence);
+  OpenForFive(kModeWrite);
+  TestRecord record;
+  file_.ReadRecord(0, record.data());
+  file_.RecordCount();
+  const std::vector<std::string> lines = TakeLogged();
+  ASSERT_EQ(lines.size(), 4U);
+  EXPECT_EQ(lines[3], "3 " + path_ + ": 2 records more found damaged; packetdb check tells where");
+}
+
 TEST_F(RecordFileLog, AReaderTellsNobody) {
   DamageRecord(path_, 1);
   OpenForFive(kModeRead);

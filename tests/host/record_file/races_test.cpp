@@ -169,7 +169,8 @@ TEST_F(RecordFileRaces, FlushingTheFolderNeedsTheFolder) {
 
 TEST_F(RecordFileRaces, InterruptedCallsAreRepeated) {
   UseCalls();
-  for (const Call call : {Call::kFsync, Call::kFallocate, Call::kPwrite, Call::kPread}) {
+  for (const Call call :
+       {Call::kOpen, Call::kFsync, Call::kFallocate, Call::kPwrite, Call::kPread}) {
     for (int nth = 1; nth <= 4; ++nth) {
       std::filesystem::remove(path_);
       ASSERT_EQ(OpenWith(FailNth(call, nth, EINTR)), kRecordFileOk) << NameOf(call) << nth;
@@ -350,6 +351,63 @@ TEST_F(RecordFileRaces, ASlotThatStaysTornUnderOverwritesWithoutEndIsDamaged) {
   TestRecord record;
   EXPECT_EQ(file_.ReadRecord(0, record.data()), kDamagedRecord);
   EXPECT_GT(merges, 100'000U) << "and not too soon";
+}
+
+// Each look at the file is outdated when it is done.
+TEST_F(RecordFileRaces, AReaderAmongWritersThatComeAndGoComesToAnEnd) {
+  Appears(path_)();
+  Bytes bytes = ReadBytes(path_);
+  StatePage state = StateOf(bytes);
+  state.state = kOpen;
+  PutState(state, &bytes);
+  WriteBytes(path_, bytes);
+  MoveToOtherBoot(path_);
+  UseCalls();
+  OpenBytes writer(path_, Way::kMapped);
+  std::uint64_t reads = 0;
+  const auto change = [&](const Made& made) -> std::optional<Instead> {
+    if (made.call != Call::kPread) return std::nullopt;
+    ++reads;
+    writer.medium.Write(kStateOffset + offsetof(StatePage, opened_ns), &reads, sizeof reads);
+    return std::nullopt;
+  };
+  EXPECT_EQ(OpenWith(change, kModeRead), kRecordFileOk);
+  EXPECT_GT(reads, 100U);
+  EXPECT_THAT(Values(file_), ElementsAre(1, 2));
+}
+
+// A reader of a file without a bound whose commit word is ahead of what it can see.
+TEST_F(RecordFileRaces, AReaderThatCannotFollowGrowthSeesWhatItCanReach) {
+  path_ = MakeJournal(disk_, 2, kNoBound);
+  const auto slots = static_cast<int>(GeometryOfFile(path_).slot_count);
+  const auto count_with = [&](const Hook& hook, std::uint64_t longer) {
+    CDbFile reader;
+    EXPECT_EQ(Open(reader, path_, kModeRead), kRecordFileOk);
+    OpenBytes writer(path_, Way::kMapped);
+    const std::uint64_t before = writer.medium.LoadWord(kNextOffset);
+    writer.medium.StoreWord(kNextOffset, static_cast<std::uint64_t>(slots) + 5);
+    const std::uint64_t length = std::filesystem::file_size(path_);
+    std::filesystem::resize_file(path_, length + longer);
+    int count = 0;
+    {
+      const Interposition interposition(hook);
+      count = reader.RecordCount();
+    }
+    std::filesystem::resize_file(path_, length);
+    writer.medium.StoreWord(kNextOffset, before);
+    return count;
+  };
+  const Hook none = FailNth(Call::kUnlink, 1, EIO);
+  EXPECT_EQ(count_with(none, 1U << 20U), slots + 5);
+  EXPECT_EQ(count_with(none, 0), slots);
+  EXPECT_EQ(count_with(FailNth(Call::kFstat, 1, EIO), 1U << 20U), slots);
+  EXPECT_EQ(count_with(FailNth(Call::kMremap, 1, ENOMEM), 1U << 20U), slots);
+  const auto cut = [](const Made& made) -> std::optional<Instead> {
+    if (made.call != Call::kFstat) return std::nullopt;
+    static_cast<struct stat*>(made.out)->st_size = 0;
+    return Instead{0, 0};
+  };
+  EXPECT_EQ(count_with(cut, 1U << 20U), slots);
 }
 
 TEST_F(RecordFileRaces, AWriterWithoutItsThreadIsNone) {

@@ -134,6 +134,13 @@ TEST_F(RecordFileReaders, IgnoreACommitWordThatMakesNoSense) {
   EXPECT_THAT(Values(reader_), ElementsAre(1, 2));
 }
 
+TEST_F(RecordFileReaders, FollowNoCommitWordThatMakesNoSense) {
+  OpenBoth(2, kNoBound);
+  OpenBytes open(path_, Way::kMapped);
+  open.medium.StoreWord(kNextOffset, kMaxRecords + 1);
+  EXPECT_THAT(Values(reader_), ElementsAre(1, 2));
+}
+
 TEST_F(RecordFileReaders, AreToldThatTheFileWasCut) {
   OpenBoth(2, 3);
   writer_.Done();

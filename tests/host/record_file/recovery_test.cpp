@@ -327,7 +327,8 @@ TEST_F(RecoveryTest, FailsWhenAnEmptyFileIsCut) {
   Make(0);
   PutState(state_, &bytes_);
   WriteBytes(path_, bytes_);
-  OpenBytes open(path_, Way::kMapped, Access::kRead);
+  OpenBytes open(path_, Way::kMapped, Access::kWrite);
+  MarkInode(open.file.get());
   std::filesystem::resize_file(path_, kPageSize);
   Recovered recovered;
   EXPECT_EQ(

@@ -276,6 +276,14 @@ TEST_F(FailedFlush, DoesNotKeepEachChangeFromBeingMade) {
   EXPECT_EQ(TakeLogged().size(), 1U);
 }
 
+TEST(SyncerTest, NeedsNotKnowWhereTheFileHasItsPages) {
+  Disk disk;
+  OpenBytes open(MakeJournal(disk, 1), Way::kMapped);
+  Syncer syncer;
+  ASSERT_EQ(syncer.Start(open.file, Way::kMapped, {}, "a file"), kRecordFileOk);
+  EXPECT_EQ(syncer.Flush(), kRecordFileOk);
+}
+
 TEST(SyncerTest, StopsWithoutHavingStarted) {
   Syncer syncer;
   syncer.Stop();

@@ -40,7 +40,7 @@ class RecordFileTrust : public testing::Test {
 TEST_F(RecordFileTrust, OurOwnFileIsOurs) { EXPECT_EQ(OpenToWrite(), kRecordFileOk); }
 
 TEST_F(RecordFileTrust, AFileThatOthersMayWriteToIsNot) {
-  for (const mode_t mode : {0660, 0606, 0666, 0642}) {
+  for (const mode_t mode : {0660U, 0606U, 0666U, 0642U}) {
     SetMode(mode);
     EXPECT_EQ(OpenToWrite(), kWritableByOthers) << std::oct << mode;
     EXPECT_EQ(Open(file_, path_, kModeAnew), kWritableByOthers);
@@ -54,7 +54,7 @@ TEST_F(RecordFileTrust, OtherNamesAreOursWhereOnlyWeCanMakeThem) {
   std::filesystem::create_hard_link(path_, disk_.folder() + "/other name");
   SetFolderMode(0755);
   EXPECT_EQ(OpenToWrite(), kRecordFileOk);
-  for (const mode_t mode : {0775, 0757, 0777}) {
+  for (const mode_t mode : {0775U, 0757U, 0777U}) {
     SetFolderMode(mode);
     EXPECT_EQ(OpenToWrite(), kLinkedElsewhere) << std::oct << mode;
   }
