@@ -280,7 +280,8 @@ TEST(SyncerTest, NeedsNotKnowWhereTheFileHasItsPages) {
   Disk disk;
   OpenBytes open(MakeJournal(disk, 1), Way::kMapped);
   Syncer syncer;
-  ASSERT_EQ(syncer.Start(open.file, Way::kMapped, {}, "a file"), kRecordFileOk);
+  ASSERT_EQ(syncer.Attach(open.file, Way::kMapped, "a file"), kRecordFileOk);
+  ASSERT_EQ(syncer.Start({}), kRecordFileOk);
   EXPECT_EQ(syncer.Flush(), kRecordFileOk);
 }
 
