@@ -46,7 +46,7 @@ TEST(NumberingTest, AWindowOfHolesHasNoRecord) {
 
 TEST(NumberingTest, TakesUpAHoleWhereverItBelongs) {
   Numbering numbering;
-  for (const std::uint64_t hole : {7, 5, 9, 7}) numbering.AddHole(hole);
+  for (const std::uint64_t hole : {7U, 5U, 9U, 7U}) numbering.AddHole(hole);
   EXPECT_THAT(Sequences(numbering, {5, 10}), ElementsAre(6, 8));
   EXPECT_TRUE(numbering.IsHole(7));
   EXPECT_FALSE(numbering.IsHole(8));
