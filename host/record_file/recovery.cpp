@@ -111,11 +111,10 @@ class Recovery {
         GuessSequence(medium_, geometry_, &hint) == kRecordFileOk) {
       result = PassOver(medium_, geometry_, hint, pass);
     }
-    // From far away the newest may look like the oldest.
+    // From far away the newest may be out of sight.
     constexpr std::uint64_t kNear = std::uint64_t{1} << 30U;
-    while (result == kRecordFileOk && pass->found_any && pass->newest - hint + kNear > 2 * kNear) {
-      hint = pass->newest;
-      result = PassOver(medium_, geometry_, hint, pass);
+    if (result == kRecordFileOk && pass->found_any && pass->newest - hint + kNear > 2 * kNear) {
+      result = PassOver(medium_, geometry_, pass->newest, pass);
     }
     return result;
   }

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include "host/record_file/frame.h"
+#include "host/record_file/inode_mark.h"
 #include "host/record_file/inspect.h"
 #include "host/record_file/open.h"
 #include "tests/host/record_file/checked.h"
@@ -121,7 +122,9 @@ TEST_F(AbandonedCheck, AnOverwriteThatDidNotGetToItsRecordIsNoDamage) {
 TEST_F(AbandonedCheck, DamageOfASlotThatNobodyWasAtIsDamage) {
   Abandon(5);
   Tear(7);
-  EXPECT_THAT(Findings(), ElementsAre(kNotClosed, Damage(At(7), kFindUnusedSlot)));
+  WriteBytes(path_, bytes_);
+  MarkInode(OpenDescriptor(path_, O_RDONLY).get());  // the machine has not been down
+  EXPECT_THAT(FindingsIn(path_), ElementsAre(kNotClosed, Damage(At(7), kFindUnusedSlot)));
 }
 
 TEST_F(AbandonedCheck, RecordsThatWereNotFlushedCanBeLostInAPowerCut) {

@@ -3,9 +3,13 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
+#include "host/record_file/descriptor.h"
+#include "host/record_file/frame.h"
 #include "host/record_file/settings.h"
 #include "tests/host/record_file/child.h"
+#include "tests/host/record_file/geometries.h"
 #include "tests/host/record_file/journal.h"
 
 namespace packetdb::host {
@@ -88,6 +92,17 @@ TEST_F(RecordFileNumbers, AnUnboundedFileCutInItsGrowthIsSound) {
   EXPECT_EQ(Values(file_).back(), 40000U);
 }
 
+// Puts a record into the slot of a number, wherever in the file that is.
+void PutRecord(const std::string& path, std::uint64_t sequence, const void* record) {
+  const Geometry geometry = GeometryOfFile(path);
+  FrameBuffer frame;
+  SealFrame(geometry, record, sequence, frame.data());
+  const Descriptor file = OpenDescriptor(path, O_RDWR);
+  ASSERT_EQ(pwrite(file.get(), frame.data(), geometry.frame_size,
+                   static_cast<off_t>(OffsetOf(geometry, sequence))),
+            static_cast<ssize_t>(geometry.frame_size));
+}
+
 // Nearly all of it is not there: the file has no bytes where nothing was written.
 TEST_F(RecordFileNumbers, AFileHasNoMoreRecordsThanCanBeNumbered) {
   RecordFileSettings settings;
@@ -102,6 +117,7 @@ TEST_F(RecordFileNumbers, AFileHasNoMoreRecordsThanCanBeNumbered) {
   PutSoundState(state, &bytes);
   WriteBytes(path, bytes);
   std::filesystem::resize_file(path, FileLength(kMaxRecords, FramesPerCell(FrameSize(1))));
+  PutRecord(path, kMaxRecords - 2, "x");  // the newest, so that the page is believed
   ASSERT_EQ(file_.Init(path, "m", 1, kNoBound, kModeWrite), kRecordFileOk);
   EXPECT_EQ(file_.AppendRecord("x"), 0x7FFFFFFE);
   EXPECT_EQ(file_.AppendRecord("x"), kTooManyRecords);

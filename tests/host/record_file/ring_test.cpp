@@ -105,8 +105,9 @@ TEST_P(RingTest, TicketsWrapAndSequenceNumbersDoNot) {
   EXPECT_EQ(found_, kTickets);
 }
 
-TEST_P(RingTest, WithABoundThereIsAlwaysRoom) {
-  EXPECT_TRUE(Ring(open_.medium, geometry_, kMaxSequence - 1, 0).HasRoom());
+TEST_P(RingTest, WithABoundThereIsRoomUntilTheNumbersEnd) {
+  EXPECT_TRUE(Ring(open_.medium, geometry_, kMaxSequence - 2, 0).HasRoom());
+  EXPECT_FALSE(Ring(open_.medium, geometry_, kMaxSequence - 1, 0).HasRoom());
 }
 
 TEST_P(RingTest, WithoutABoundThereIsRoomUntilTheFileEnds) {
