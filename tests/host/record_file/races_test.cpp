@@ -413,7 +413,7 @@ TEST_F(RecordFileRaces, AReaderThatCannotFollowGrowthSeesWhatItCanReach) {
 TEST_F(RecordFileRaces, AWriterWithoutItsThreadIsNone) {
   Appears(path_)();
   const Bytes before = ReadBytes(path_);
-  EXPECT_EQ(OpenWith(FailNth(Call::kThread, 1, EAGAIN), kModeWrite), kInUse);
+  EXPECT_EQ(OpenWith(FailNth(Call::kThread, 1, EAGAIN), kModeWrite), kNoMemory);
   EXPECT_EQ(OpenWith(FailNth(Call::kMmap, 2, ENOMEM), kModeWrite), kNoMemory);
   EXPECT_EQ(Append(file_, 1), kNotOpen);
   EXPECT_EQ(ReadBytes(path_), before);
