@@ -116,6 +116,9 @@ void Syncer::Fail(int error) {
   has_failed_.store(true, std::memory_order_relaxed);
   const std::uint32_t failed = kFailed;
   state_.Write(kStateOffset + offsetof(StatePage, state), &failed, sizeof failed);
+  // It may be that of a closed file by now, which would make the state look like a damaged one.
+  const std::uint32_t no_checksum = 0;
+  state_.Write(kStateOffset + kChecksumOffset, &no_checksum, sizeof no_checksum);
   const std::string text =
       path_ + ": records cannot be flushed to the disk (" + std::generic_category().message(error) +
       "); they are kept, and survive this process, but a power cut would take them";
