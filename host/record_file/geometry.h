@@ -20,7 +20,7 @@ struct RecordFormat {
 struct Geometry {
   std::uint32_t record_size = 0;
   std::uint32_t frame_size = 0;
-  std::uint32_t frames_per_cell = 0;
+  std::uint32_t frames_per_cell = 1;
   std::uint32_t seed = 0;      // what every frame's checksum starts from
   std::uint64_t capacity = 0;  // 0: no bound
   std::uint64_t slot_count = 0;
@@ -52,8 +52,9 @@ inline bool IsPlausibleNext(const Geometry& geometry, std::uint64_t next) {
 
 inline std::uint64_t SlotOf(const Geometry& geometry, std::uint64_t sequence) {
   // Without a bound slots are never used twice, but the first sequence number need not be 0.
-  return geometry.capacity == 0 ? sequence - geometry.first_sequence
-                                : sequence % geometry.slot_count;
+  if (geometry.capacity == 0) return sequence - geometry.first_sequence;
+  if (geometry.slot_count == 0) __builtin_unreachable();  // a file with a bound has slots
+  return sequence % geometry.slot_count;
 }
 
 // Offset of a slot's frame in the file. Slot numbers fit 32 bits, whose division is the fast one.

@@ -97,9 +97,13 @@ class GuardDeathTest : public testing::Test {
   GuardDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
 
+// A sanitizer has a handler of its own.
+void BeginFromTheDefault() { std::signal(SIGBUS, SIG_DFL); }
+
 TEST_F(GuardDeathTest, AFaultElsewhereStillKills) {
   EXPECT_EXIT(
       {
+        BeginFromTheDefault();
         CutMapping guarded;
         CutMapping mapping;
         const MappingGuard guard(guarded.at(), kLength);
@@ -111,6 +115,7 @@ TEST_F(GuardDeathTest, AFaultElsewhereStillKills) {
 TEST_F(GuardDeathTest, AFaultBehindAGuardThatIsGoneStillKills) {
   EXPECT_EXIT(
       {
+        BeginFromTheDefault();
         CutMapping mapping;
         { const MappingGuard guard(mapping.at(), kLength); }
         mapping[kPageSize] = 'x';
@@ -121,6 +126,7 @@ TEST_F(GuardDeathTest, AFaultBehindAGuardThatIsGoneStillKills) {
 TEST_F(GuardDeathTest, ASignalThatSomebodySentStillKills) {
   EXPECT_EXIT(
       {
+        BeginFromTheDefault();
         CutMapping mapping;
         const MappingGuard guard(mapping.at(), kLength);
         raise(SIGBUS);
