@@ -47,12 +47,6 @@ void AvoidCopyOnWrite(const Descriptor& file) {
   ioctl(file.get(), FS_IOC_SETFLAGS, &flags);
 }
 
-int FlushFile(const Descriptor& file) {
-  int result = fsync(file.get());
-  while (result != 0 && errno == EINTR) result = fsync(file.get());
-  return result;
-}
-
 }  // namespace
 
 Creation::~Creation() {

@@ -39,4 +39,17 @@ inline Descriptor OpenDescriptor(const std::string& path, int flags, mode_t mode
   return Descriptor(fd);
 }
 
+// fsync(2) and fdatasync(2), likewise: 0, or -1 with the reason in errno.
+inline int FlushFile(const Descriptor& file) {
+  int result = fsync(file.get());
+  while (result != 0 && errno == EINTR) result = fsync(file.get());
+  return result;
+}
+
+inline int FlushData(const Descriptor& file) {
+  int result = fdatasync(file.get());
+  while (result != 0 && errno == EINTR) result = fdatasync(file.get());
+  return result;
+}
+
 }  // namespace packetdb::host

@@ -18,8 +18,7 @@ std::string FolderOf(const std::string& path) {
 RecordFileResult FlushFolderOf(const std::string& path) {
   const Descriptor folder = OpenDescriptor(FolderOf(path), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (!folder.IsOpen()) return ResultFromErrno(errno);
-  int result = fsync(folder.get());
-  while (result != 0 && errno == EINTR) result = fsync(folder.get());
+  const int result = FlushFile(folder);
   const bool is_done = result == 0 || errno == EINVAL;
   return is_done ? kRecordFileOk : ResultFromErrno(errno);
 }

@@ -1,13 +1,13 @@
 #include "host/record_file/state.h"
 
 #include <array>
-#include <chrono>
 #include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include "host/record_file/crc32c.h"
 #include "host/record_file/descriptor.h"
+#include "host/record_file/unix_time.h"
 
 namespace packetdb::host {
 namespace {
@@ -45,12 +45,6 @@ BootId ReadBootId() {
 const BootId& ThisBoot() {
   static const BootId id = ReadBootId();
   return id;
-}
-
-std::uint64_t UnixNanoseconds() {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return static_cast<std::uint64_t>(
-      std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
 }
 
 }  // namespace

@@ -1,20 +1,14 @@
 #include "host/record_file/superblock.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <random>
 
 #include "host/record_file/crc32c.h"
+#include "host/record_file/unix_time.h"
 
 namespace packetdb::host {
 namespace {
-
-std::uint64_t UnixNanoseconds() {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return static_cast<std::uint64_t>(
-      std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
-}
 
 std::array<std::uint8_t, kFileIdSize> DrawFileId() {
   std::random_device device;

@@ -10,15 +10,6 @@
 #include "platform/log.h"
 
 namespace packetdb::host {
-namespace {
-
-int FlushData(const Descriptor& file) {
-  int result = fdatasync(file.get());
-  while (result != 0 && errno == EINTR) result = fdatasync(file.get());
-  return result;
-}
-
-}  // namespace
 
 RecordFileResult Syncer::Attach(const Descriptor& file, Way way, const std::string& path) {
   path_ = path;
