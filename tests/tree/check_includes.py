@@ -24,6 +24,12 @@ PICTURE = {
     "host/bus": ["platform"],
     "host/sources": [f"{PUBLIC}/storage.h"],
     "host/journals": [PUBLIC, "platform", "host/record_file", "host/log"],
+    "host/config": ["host/log", "host/sources", "host/journals/names.h"],
+    "host/rules": ["host/log", "host/sources", "host/config"],
+    "host/status": [PUBLIC, "platform", "host/log", "host/bus", "host/sources", "host/config",
+                    "host/journals", "host/record_file"],
+    "host/intake": [PUBLIC, "platform", "host/log", "host/sources", "host/config",
+                    "host/journals", "host/status"],
     "host/daemon": [PUBLIC, "platform", "host"],
     "host/cli": [PUBLIC, "platform", "host"],
 }
