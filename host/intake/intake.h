@@ -1,0 +1,32 @@
+// From live events to journals: exclusions, rules, nodes, the journal's clock.
+#pragma once
+
+#include <memory>
+
+#include "host/config/configuration.h"
+#include "host/sources/live_source.h"
+#include "host/status/status_page.h"
+
+namespace packetdb::host {
+
+class Intake final : public EventSink {
+ public:
+  // Opens the journals for writing, creating what is missing, and the rule dictionary beside them.
+  // From then on no file is opened any more. Throws JournalError. Both outlive the intake.
+  Intake(const Configuration& configuration, StatusPage& page);
+  ~Intake();  // closes the journals, which flushes them
+  Intake(const Intake&) = delete;
+  Intake& operator=(const Intake&) = delete;
+
+  // Events of this source follow; its row in the page counts them.
+  void Begin(const LiveSource& source);
+  void Take(const LiveEvent& event) override;
+  // Publishes what the source counted itself. To be called after each batch.
+  void End(const LiveSource& source);
+
+ private:
+  struct Parts;
+  std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace packetdb::host
