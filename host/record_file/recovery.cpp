@@ -61,6 +61,7 @@ class Recovery {
       if (!reader_.SlotHas(sequence) && !reader_.RedoHas(sequence)) return false;
     }
     out->next = next;
+    out->is_in_memory = true;
     return NoteRedo(live, out) == kRecordFileOk && !medium_.IsLost();
   }
 
@@ -173,7 +174,7 @@ RecordFileResult Recover(const Medium& medium, const Geometry& geometry, const S
     result = recovery.Believe(look, &recovered);
   } else {
     // A file system that was shut down and mounted again within one boot lost what was not flushed.
-    const bool is_in_memory = IsOfThisBoot(state) && IsInodeMarked(medium.file());
+    const bool is_in_memory = IsOfThisBoot(state) && MarkOf(medium.file()) != InodeMark::kNone;
     const bool can_be_quick = is_in_memory && state.state == kOpen && state.known_holes == 0;
     if (!can_be_quick || !recovery.TryAfterProcessDeath(&recovered)) {
       recovered = {};

@@ -67,6 +67,8 @@ RecordFileResult Writer::Repair(const Recovered& recovered) {
   state_.damaged += recovered.damaged;
   state_.lost_unsynced += recovered.lost_unsynced;
   state_.known_holes = recovered.holes.size();
+  // The disk knows that the file is open, and what has not been flushed can wait for its turn.
+  if (recovered.is_in_memory && MarkOf(file_.get()) == InodeMark::kOpenOnDisk) return StoreOpen();
   result = MarkOpen();
   // Once more, so that the disk knows how far the first flush came: what was lost before that is
   // not to be counted again after the next power cut.
@@ -135,15 +137,22 @@ void Writer::TellOfLosses(const Recovered& recovered) const {
 // On the disk before anything else changes there: else a power cut could leave a page that says
 // closed over records that are not.
 RecordFileResult Writer::MarkOpen() {
+  // The mark may be that of an earlier writer, who has closed the file since.
+  if (MarkOf(file_.get()) == InodeMark::kOpenOnDisk) MarkInode(file_.get(), InodeMark::kOpen);
+  const RecordFileResult result = StoreOpen();
+  if (result < 0) return result;
+  // From here on the page says what every store since the file system was mounted has made.
+  MarkInode(file_.get(), InodeMark::kOpen);
+  // A failure has been reported, and does not stop a journal that can still outlive this process.
+  if (syncer_->Flush() == kRecordFileOk) MarkInode(file_.get(), InodeMark::kOpenOnDisk);
+  return kRecordFileOk;
+}
+
+RecordFileResult Writer::StoreOpen() {
   MarkOpened(kOpen, &state_);
   const RecordFileResult result = StoreFacts(state_, medium_);
-  if (result < 0) return result;
-  is_marked_ = true;
-  // From here on the page says what every store since the file system was mounted has made.
-  MarkInode(file_.get());
-  // A failure has been reported, and does not stop a journal that can still outlive this process.
-  static_cast<void>(syncer_->Flush());
-  return kRecordFileOk;
+  is_marked_ = result == kRecordFileOk;
+  return result;
 }
 
 RecordFileResult Writer::BeginChange() {

@@ -57,6 +57,7 @@ class Writer {
   void TellOfLosses(const Recovered& recovered) const;
   RecordFileResult BeginChange();
   RecordFileResult MarkOpen();
+  RecordFileResult StoreOpen();
   RecordFileResult MakeRoom();
   int AfterChange(int result);
   RecordFileResult MarkClosed();
