@@ -214,7 +214,8 @@ void Writer::Close(std::uint64_t holes) {
   }
   if (!is_marked_) return;
   if (ring_.Finish() < 0) {
-    Report(LOG_ERR, "an overwrite could not be completed; the next writer does that");
+    Report(LOG_ERR,
+           "a change that failed could not be completed or undone; the next writer sees to it");
     return;
   }
   state_.known_holes = holes;
