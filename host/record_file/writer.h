@@ -51,9 +51,6 @@ class Writer {
 
  private:
   RecordFileResult Repair(const Recovered& recovered);
-  RecordFileResult ClearUnused(const Recovered& recovered);
-  RecordFileResult RestoreSuperblocks();
-  RecordFileResult RewriteCells();
   void TellOfLosses(const Recovered& recovered) const;
   RecordFileResult BeginChange();
   RecordFileResult MarkOpen();

@@ -102,6 +102,18 @@ TEST_F(RecordFileRaces, ATemporaryFileThatIsTakenFromUsIsMadeAgain) {
   EXPECT_THAT(disk_.Names(), ElementsAre("journal"));
 }
 
+// As somebody can who may not lock it.
+TEST_F(RecordFileRaces, AnothersFileUnderTheTemporaryNameIsNotRemoved) {
+  {
+    Creation creation(path_);
+    ASSERT_EQ(creation.Begin({kTestMagic, kTestRecordSize, 3}, 0), kRecordFileOk);
+    const Interposition interposition(BeforeNth(Call::kFsync, 1, Appears(temporary_)));
+    Descriptor file;
+    EXPECT_EQ(creation.Publish(Predecessor::kNone, &file), kUnsettled);
+  }
+  EXPECT_THAT(disk_.Names(), ElementsAre("journal.~new"));
+}
+
 TEST_F(RecordFileRaces, ATemporaryFileThatAnotherCreationLockedIsItsOwn) {
   EXPECT_EQ(OpenWith(FailNth(Call::kFcntl, 1, EAGAIN)), kInUse);
   EXPECT_THAT(disk_.Names(), ElementsAre("journal.~new")) << "which that one has";

@@ -167,8 +167,14 @@ TEST_F(RecordFileSync, FlushesAgainAfterTheInterval) {
   while (State().merges_synced < 1) std::this_thread::yield();
 }
 
-// By calls, a look at the state page can be counted.
+// By calls, a look at the state page can be counted. It says that something was not flushed, as one
+// does whose words could not be stored: the file was closed all the same.
 TEST_F(RecordFileSync, FlushesNothingWhenNothingIsNew) {
+  Bytes bytes = ReadBytes(path_);
+  StatePage state = StateOf(bytes);
+  ++state.merges;
+  PutSoundState(state, &bytes);
+  WriteBytes(path_, bytes);
   RecordFileSettings settings;
   settings.sync.interval = std::chrono::milliseconds(1);
   settings.by_calls = true;
@@ -184,6 +190,7 @@ TEST_F(RecordFileSync, FlushesNothingWhenNothingIsNew) {
   }));
   for (int seen = looks; seen < 20; seen = looks) looks.wait(seen);
   EXPECT_EQ(flushes_, 0);
+  EXPECT_TRUE(ReadBytes(path_) == bytes) << "the file is as it was";
 }
 
 TEST_F(RecordFileSync, FlushesAfterAnAmountWithoutWaitingForTheInterval) {
