@@ -234,6 +234,19 @@ TEST_F(RecordFileRaces, SpaceThatCannotBeGivenBackIsAFailureOfItsOwn) {
   EXPECT_THAT(disk_.Names(), IsEmpty());
 }
 
+TEST_F(RecordFileRaces, ACopyThatLeftOutZerosIsNotWrittenWhereTheirSpaceIsMissing) {
+  std::filesystem::rename(MakeJournal(disk_, 3, 100'000), path_);
+  const Descriptor file = OpenDescriptor(path_, O_RDWR);
+  ASSERT_EQ(fallocate(file.get(), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, 1 << 20, 1 << 20), 0);
+  const Bytes before = ReadBytes(path_);
+  for (const int error : {ENOSPC, EDQUOT}) {
+    EXPECT_EQ(OpenWith(FailNth(Call::kFallocate, 1, error), kModeWrite), kNoSpace);
+    EXPECT_EQ(ReadBytes(path_), before);
+  }
+  EXPECT_EQ(OpenWith(FailNth(Call::kFallocate, 1, EOPNOTSUPP), kModeWrite), kRecordFileOk)
+      << "a disk that knows no such thing has room as long as it has room";
+}
+
 // They are a favour to later appends, and nothing depends on them.
 TEST_F(RecordFileRaces, ZerosThatCannotBeWrittenAreNotMissed) {
   for (const long result : {0L, -1L}) {
