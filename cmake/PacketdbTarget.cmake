@@ -18,12 +18,48 @@ if(PACKETDB_COVERAGE)
 endif()
 
 # packetdb_target(NAME): applies the common settings to a target and includes from the root of the
-# tree, so that a wrong dependency shows in the include line.
+# tree, so that a wrong dependency shows in the include line. Where the caller has made headers
+# (below), the target loads them.
 function(packetdb_target name)
   target_link_libraries(${name} PRIVATE packetdb_common)
   target_include_directories(${name} PRIVATE ${packetdb_SOURCE_DIR})
   set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF)
+  if(PACKETDB_PRECOMPILE AND packetdb_headers)
+    get_target_property(type ${name} TYPE)
+    if(type STREQUAL SHARED_LIBRARY)
+      target_precompile_headers(${name} REUSE_FROM ${packetdb_headers}_shared)
+    else()
+      target_precompile_headers(${name} REUSE_FROM ${packetdb_headers})
+    endif()
+    # As the headers were compiled.
+    target_compile_definitions(${name} PRIVATE ${packetdb_header_definitions})
+  endif()
 endfunction()
+
+# packetdb_make_headers(NAME HEADERS...): most of a source's compile time is headers of others. They
+# are compiled once, for the targets that are declared where `packetdb_headers` is NAME. What a
+# source includes stays its own list, and releases compile it as it stands.
+function(packetdb_make_headers name)
+  if(NOT PACKETDB_PRECOMPILE)
+    return()
+  endif()
+  set(packetdb_headers "")
+  set(empty ${packetdb_BINARY_DIR}/empty.cpp)
+  file(CONFIGURE OUTPUT ${empty} CONTENT "")
+  foreach(target ${name} ${name}_shared)
+    add_library(${target} OBJECT ${empty})
+    packetdb_target(${target})
+    target_compile_definitions(${target} PRIVATE ${packetdb_header_definitions})
+    target_precompile_headers(${target} PRIVATE ${ARGN})
+  endforeach()
+  set_target_properties(${name}_shared PROPERTIES POSITION_INDEPENDENT_CODE ON)
+endfunction()
+
+set(packetdb_common_headers
+  <algorithm> <array> <chrono> <cstdint> <cstring> <filesystem> <functional> <map> <memory>
+  <optional> <set> <span> <string> <string_view> <system_error> <vector>
+  <boost/make_shared.hpp> <boost/shared_ptr.hpp> <fmt/format.h>)
+set(packetdb_header_definitions FMT_SHARED)  # what they look at, and their own packages define
 
 # packetdb_test(NAME SOURCES ... LIBRARIES ...): a GoogleTest executable whose cases ctest lists.
 function(packetdb_test name)
@@ -31,7 +67,5 @@ function(packetdb_test name)
   add_executable(${name} ${arg_SOURCES})
   packetdb_target(${name})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock_main)
-  # Most of a test's compile time is this header.
-  target_precompile_headers(${name} PRIVATE <gmock/gmock.h>)
   gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_TIMEOUT 60)
 endfunction()
