@@ -114,9 +114,12 @@ RecordFileResult CheckRecords(Snapshot& snapshot, JournalFormat format, const Fi
       case RecordFate::kGone:
         ++checked->gone;
         break;
-      case RecordFate::kMissing:
-        ++checked->missing;
+      case RecordFate::kMissing: {
+        const std::uint64_t end = snapshot.EndOfMissing(sequence);
+        checked->missing += end - sequence;
+        sequence = end - 1;
         break;
+      }
       case RecordFate::kLost:
         ++checked->lost;
         break;

@@ -129,11 +129,21 @@ void GroupWriter::Add(const CDrvErrorItemV4& event, const std::string& interface
   storage_->AddRecord(&event, last_hash_, interface);
 }
 
+// A record that is found damaged when it is read is left out when records are counted again, with
+// all others that are.
 std::uint32_t GroupWriter::NewestTime() const {
-  const int count = storage_->RecordCount();
   PacketDbItem newest;
-  if (count == 0 || storage_->FetchRecord(count - 1, &newest) < 0) {
-    return 0;
+  int status = kDamagedRecord;
+  for (int looks = 0; looks < 2 && status == kDamagedRecord; ++looks) {
+    const int count = storage_->RecordCount();
+    if (count == 0) {
+      return 0;
+    }
+    status = storage_->FetchRecord(count - 1, &newest);
+  }
+  if (status < 0) {
+    throw JournalError(fmt::format("cannot read the newest record of journal {}: {}", path_,
+                                   DescribeRecordFileResult(status)));
   }
   return newest.m_Item.m_FirstTime;
 }

@@ -49,7 +49,8 @@ class GroupWriter {
   // decrease: queries bisect the journal by them.
   void Add(const CDrvErrorItemV4& event, const std::string& interface);
 
-  // The first-seen time of the newest record, seconds since 1980; 0 for an empty journal.
+  // The first-seen time of the newest record that is not damaged, seconds since 1980; 0 for a
+  // journal without one. Throws JournalError when it cannot be read.
   std::uint32_t NewestTime() const;
   // How many records were ever appended, those that were overwritten since included. Throws
   // JournalError.

@@ -49,19 +49,20 @@ void AvoidCopyOnWrite(const Descriptor& file) {
 
 }  // namespace
 
-Creation::~Creation() {
-  if (file_.IsOpen()) unlink(temporary_.c_str());
-}
+Creation::~Creation() { Remove(); }
 
 RecordFileResult Creation::Begin(const RecordFormat& format, std::uint64_t first_sequence) {
   RecordFileResult result = Open();
   if (result < 0) return result;
   result = Fill(format, first_sequence);
-  if (result < 0) {
-    unlink(temporary_.c_str());
-    file_ = Descriptor();
-  }
+  if (result < 0) Remove();
   return result;
+}
+
+// What has the temporary name may be another process's by now.
+void Creation::Remove() {
+  if (file_.IsOpen() && Names(temporary_, file_)) unlink(temporary_.c_str());
+  file_ = Descriptor();
 }
 
 RecordFileResult Creation::Open() {

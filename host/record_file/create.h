@@ -44,6 +44,7 @@ class Creation {
 
  private:
   RecordFileResult Open();
+  void Remove();
   RecordFileResult Fill(const RecordFormat& format, std::uint64_t first_sequence);
   RecordFileResult Rename(Predecessor predecessor);
 

@@ -6,20 +6,25 @@
 namespace packetdb::host {
 namespace {
 
-// How long what is written will last, which is not long in a ring: a hint for the disk (fcntl(2))
-// that the kernel keeps with the file and gives to whoever asks.
-constexpr std::uint64_t kMark = RWH_WRITE_LIFE_SHORT;
+// How long what is written will last: a hint for the disk (fcntl(2)) that the kernel keeps with the
+// file and gives to whoever asks.
+constexpr std::uint64_t kOpenHint = RWH_WRITE_LIFE_MEDIUM;
+constexpr std::uint64_t kOpenOnDiskHint = RWH_WRITE_LIFE_SHORT;
 
 }  // namespace
 
-void MarkInode(int file) {
-  std::uint64_t mark = kMark;
-  fcntl(file, F_SET_RW_HINT, &mark);
+void MarkInode(int file, InodeMark mark) {
+  std::uint64_t hint = RWH_WRITE_LIFE_NOT_SET;
+  if (mark == InodeMark::kOpen) hint = kOpenHint;
+  if (mark == InodeMark::kOpenOnDisk) hint = kOpenOnDiskHint;
+  fcntl(file, F_SET_RW_HINT, &hint);
 }
 
-bool IsInodeMarked(int file) {
-  std::uint64_t mark = 0;
-  return fcntl(file, F_GET_RW_HINT, &mark) == 0 && mark == kMark;
+InodeMark MarkOf(int file) {
+  std::uint64_t hint = 0;
+  if (fcntl(file, F_GET_RW_HINT, &hint) != 0) return InodeMark::kNone;
+  if (hint == kOpenHint) return InodeMark::kOpen;
+  return hint == kOpenOnDiskHint ? InodeMark::kOpenOnDisk : InodeMark::kNone;
 }
 
 }  // namespace packetdb::host

@@ -8,8 +8,14 @@
 
 namespace packetdb::host {
 
+enum class InodeMark {
+  kNone,
+  kOpen,        // the state page says that the file is being changed; the disk may not know yet
+  kOpenOnDisk,  // the disk says so, too
+};
+
 // Where the kernel keeps no such marks, nothing is marked.
-void MarkInode(int file);
-bool IsInodeMarked(int file);
+void MarkInode(int file, InodeMark mark);
+InodeMark MarkOf(int file);
 
 }  // namespace packetdb::host

@@ -19,6 +19,8 @@ Medium& Medium::operator=(Medium&& other) noexcept {
 }
 
 Medium::~Medium() {
+  // Before the addresses are free: another thread may get them at once.
+  guard_ = MappingGuard();
   if (base_ != nullptr) munmap(start(), length_);
 }
 

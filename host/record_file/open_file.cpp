@@ -7,6 +7,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "host/record_file/fill_holes.h"
 #include "host/record_file/open.h"
 #include "host/record_file/open_or_create.h"
 #include "host/record_file/resize.h"
@@ -58,6 +59,8 @@ RecordFileResult OpenFile::Attach(Descriptor file, const OpenRequest& request) {
   if (result < 0) return result;
   file_ = std::move(file);
   geometry_ = facts_.geometry;
+  if (request.access == Access::kWrite) result = FillHoles(file_, FileLength(geometry_));
+  if (result < 0) return result;
   const Way way = GetRecordFileSettings().by_calls ? Way::kByCalls : BestWay(file_);
   result = medium_.Open(file_, 0, FileLength(geometry_), request.access, way);
   if (result < 0) return result;

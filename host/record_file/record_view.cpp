@@ -57,7 +57,7 @@ RecordFileResult RecordView::ReadSequence(std::uint64_t sequence, std::uint64_t 
     return result;
   }
   failed_reads.fetch_add(1, std::memory_order_relaxed);
-  if (result == kDamagedRecord) met_.push_back(sequence);
+  has_met_damage_ = has_met_damage_ || result == kDamagedRecord;
   std::memset(record, 0, geometry_.record_size);
   return result;
 }
@@ -75,8 +75,8 @@ void RecordView::FillIn(std::uint64_t sequence, void* record) const {
 
 std::vector<std::uint64_t> RecordView::SkipDamage() {
   std::vector<std::uint64_t> damaged;
-  if (met_.empty()) return damaged;
-  met_.clear();
+  if (!has_met_damage_) return damaged;
+  has_met_damage_ = false;
   // What cannot be read now is met again.
   static_cast<void>(FindHoles(medium_, geometry_, window_, &damaged));
   damaged.erase(

@@ -45,7 +45,7 @@ class RecordView {
   int ReadMany(int position, void* records, int count);
 
   // Reading has met damage that the positions do not skip yet.
-  bool HasMetDamage() const { return !met_.empty(); }
+  bool HasMetDamage() const { return has_met_damage_; }
 
   // Skips from now on all that is damaged in the window, whether it was met or not, and returns
   // the numbers that are new, ascending. Reads the whole window when any was met.
@@ -64,7 +64,7 @@ class RecordView {
   FrameReader reader_;
   Window window_;
   Numbering numbering_;
-  std::vector<std::uint64_t> met_;
+  bool has_met_damage_ = false;
 };
 
 }  // namespace packetdb::host

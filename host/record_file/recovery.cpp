@@ -51,17 +51,10 @@ class Recovery {
   // not look like that.
   bool TryAfterProcessDeath(Recovered* out) {
     if (!IsPlausibleNext(geometry_, state_.next)) return false;
-    std::uint64_t next = state_.next;
-    while (HasRoomFor(next) && reader_.SlotHas(next)) ++next;
-    const Window live = LiveWindow(geometry_, next);
-    const std::uint64_t begin =
-        std::max({live.begin, std::min(state_.synced, live.end), live.end - Least(kTail, live)});
-    const std::uint64_t tail = std::min(begin, live.end - Least(1, live));
-    for (std::uint64_t sequence = tail; sequence < live.end; ++sequence) {
-      if (!reader_.SlotHas(sequence) && !reader_.RedoHas(sequence)) return false;
-    }
-    out->next = next;
-    return NoteRedo(live, out) == kRecordFileOk && !medium_.IsLost();
+    out->next = EndOfFrames();
+    out->is_in_memory = true;
+    const Window live = LiveWindow(geometry_, out->next);
+    return HasAll(Unflushed(live)) && NoteRedo(live, out) == kRecordFileOk && !medium_.IsLost();
   }
 
   RecordFileResult Search(Recovered* out) {
@@ -78,6 +71,27 @@ class Recovery {
  private:
   static std::uint64_t Least(std::uint64_t count, const Window& window) {
     return std::min(count, window.size());
+  }
+
+  // Behind the frames that follow the commit word without a gap.
+  std::uint64_t EndOfFrames() const {
+    std::uint64_t next = state_.next;
+    while (HasRoomFor(next) && reader_.SlotHas(next)) ++next;
+    return next;
+  }
+
+  // Those of the newest live records that had not been flushed, and the last one in any case.
+  Window Unflushed(const Window& live) const {
+    const std::uint64_t unflushed = std::clamp(state_.synced, live.begin, live.end);
+    const std::uint64_t begin = std::max(unflushed, live.end - Least(kTail, live));
+    return {std::min(begin, live.end - Least(1, live)), live.end};
+  }
+
+  bool HasAll(const Window& window) const {
+    for (std::uint64_t sequence = window.begin; sequence < window.end; ++sequence) {
+      if (!reader_.SlotHas(sequence) && !reader_.RedoHas(sequence)) return false;
+    }
+    return true;
   }
 
   bool HasRecordBehind() const { return HasRoomFor(state_.next) && reader_.SlotHas(state_.next); }
@@ -173,7 +187,7 @@ RecordFileResult Recover(const Medium& medium, const Geometry& geometry, const S
     result = recovery.Believe(look, &recovered);
   } else {
     // A file system that was shut down and mounted again within one boot lost what was not flushed.
-    const bool is_in_memory = IsOfThisBoot(state) && IsInodeMarked(medium.file());
+    const bool is_in_memory = IsOfThisBoot(state) && MarkOf(medium.file()) != InodeMark::kNone;
     const bool can_be_quick = is_in_memory && state.state == kOpen && state.known_holes == 0;
     if (!can_be_quick || !recovery.TryAfterProcessDeath(&recovered)) {
       recovered = {};

@@ -20,6 +20,7 @@ struct Recovered {
   std::uint64_t damaged = 0;         // newly found: records that had been flushed and are not whole
   std::uint64_t lost_unsynced = 0;   // newly found: records that had not been flushed and are gone
   bool searched = false;             // by reading the whole file
+  bool is_in_memory = false;         // only the writer is gone: all that it stored is there
   bool is_as_stated = false;         // the state page says it all; nothing needs to be noted
   // The redo sector holds a record whose slot does not: the writer died in the middle of it.
   bool has_redo = false;

@@ -39,6 +39,9 @@ class Rescuer {
     Collect();
     Order();
     AddRedo();
+    // It was there when the key was looked for: the disk has given up, or somebody has cut the
+    // file.
+    if (records_.empty()) return kRecordFileOk;
     DropOlder();
     Count();
     return WriteRescued(source_, key_, rescued_->format, records_, path, &rescued_->written);

@@ -57,7 +57,7 @@ RecordFileResult WriteRescued(const RescueSource& source, const FrameKey& key,
   }
   const StatePage state = MakeState(geometry.first_sequence + *written, 0);
   if (result == kRecordFileOk) result = medium.Write(kStateOffset, &state, sizeof state);
-  if (result < 0) return result;
+  if (result < 0 || *written == 0) return result;
   Descriptor published;
   return creation.Publish(Predecessor::kNone, &published);
 }

@@ -19,7 +19,8 @@ struct FoundRecord {
 
 // Makes a closed file at `path`, where nothing must be, of the records in this order. The last
 // keeps its number and those before it are numbered without gaps. `written` is how many of them
-// were still whole; they are fewer only when the source was changed meanwhile.
+// were still whole; they are fewer only when the source was changed meanwhile. No file is made of
+// none.
 RecordFileResult WriteRescued(const RescueSource& source, const FrameKey& key,
                               const RecordFormat& format, const std::vector<FoundRecord>& records,
                               const std::string& path, std::uint64_t* written);

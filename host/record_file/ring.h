@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "host/record_file/geometry.h"
 #include "host/record_file/medium.h"
@@ -35,7 +36,8 @@ class Ring {
   // No writer uses them up, but a file can be made whose numbers begin near their end.
   bool HasNumbers() const { return next_ < kMaxSequence - 1; }
 
-  // Only with room. Returns the ticket, or a failure of the medium with nothing appended.
+  // Only with room. Returns the ticket, or a failure of the medium with nothing appended; Finish
+  // sees to it that nobody finds it there.
   int Append(const void* record);
 
   // The sequence number that a ticket names: kBadTicket or kDeadTicket for one that names none.
@@ -44,7 +46,7 @@ class Ring {
   // Replaces the record `sequence`, which is live.
   RecordFileResult Overwrite(std::uint64_t sequence, const void* record);
 
-  // Completes an overwrite that failed in the middle of its slot, if there was one.
+  // Puts right what failed in the middle: completes an overwrite, and takes an append back.
   RecordFileResult Finish();
 
   // Completes the overwrite whose frame the redo sector holds: that of `sequence`. Harmless when
@@ -55,12 +57,15 @@ class Ring {
   RecordFileResult StoreNext() { return medium_.StoreWord(kNextOffset, next_); }
 
  private:
+  RecordFileResult TakeBackAppend();
+  RecordFileResult CompleteOverwrite();
+
   Medium& medium_;
   const Geometry& geometry_;
   std::uint64_t next_;
   std::uint64_t merges_;
-  bool is_unfinished_ = false;  // the last overwrite failed within its slot
-  std::uint64_t unfinished_ = 0;
+  std::optional<std::uint64_t> refused_;  // the number that the last failed append would have got
+  std::optional<std::uint64_t> unfinished_;  // the record whose overwrite failed within its slot
 };
 
 }  // namespace packetdb::host

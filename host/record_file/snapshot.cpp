@@ -1,5 +1,7 @@
 #include "host/record_file/snapshot.h"
 
+#include <algorithm>
+
 #include "host/record_file/recovery.h"
 #include "host/record_file/settings.h"
 #include "host/record_file/slot_content.h"
@@ -56,6 +58,12 @@ RecordFate Snapshot::FateWithoutRecord(std::uint64_t sequence, std::uint64_t off
       is_read ? ContentOf(geometry, sequence, frame_.data()) : SlotContent::kTorn;
   const bool was_never_there = content == SlotContent::kNothing || content == SlotContent::kOlder;
   return was_never_there ? RecordFate::kLost : RecordFate::kDamaged;
+}
+
+// The slots behind one that is beyond the end of the file are so, too.
+std::uint64_t Snapshot::EndOfMissing(std::uint64_t sequence) const {
+  const std::uint64_t behind = facts_.geometry.slot_count - SlotOf(facts_.geometry, sequence);
+  return std::min(sequence + behind, window_.end);
 }
 
 RecordFileResult Snapshot::Read(std::uint64_t sequence, SnapshotRecord* record) {

@@ -55,6 +55,10 @@ class Snapshot {
   // or has been cut since Begin; `record` is untouched then.
   RecordFileResult Read(std::uint64_t sequence, SnapshotRecord* record);
 
+  // Behind the numbers from `sequence` on, whose record is kMissing, whose records are missing as
+  // well: a superblock can speak of more of them than anybody could read one by one.
+  std::uint64_t EndOfMissing(std::uint64_t sequence) const;
+
  private:
   RecordFileResult Attach(Way way);
   RecordFileResult BeginDamaged();

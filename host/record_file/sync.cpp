@@ -18,8 +18,10 @@ RecordFileResult Syncer::Attach(const Descriptor& file, Way way, const std::stri
   if (!file_.IsOpen()) return ResultFromErrno(errno);
   const RecordFileResult result = state_.Open(file_, kStateOffset, kPageSize, Access::kWrite, way);
   if (result < 0) return result;
-  flushed_next_ = state_.LoadWord(kSyncedOffset);
-  flushed_merges_ = state_.LoadWord(kMergesSyncedOffset);
+  // Whatever the page says was flushed: a writer that changes nothing has nothing to flush, and one
+  // that repairs the file flushes that itself.
+  flushed_next_ = state_.LoadWord(kNextOffset);
+  flushed_merges_ = state_.LoadWord(kMergesOffset);
   return kRecordFileOk;
 }
 

@@ -1,7 +1,6 @@
 #include "host/record_file/writer.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <syslog.h>
 #include <utility>
@@ -10,6 +9,7 @@
 #include "host/record_file/create.h"
 #include "host/record_file/inode_mark.h"
 #include "host/record_file/layout.h"
+#include "host/record_file/repair.h"
 #include "host/record_file/state.h"
 #include "platform/log.h"
 
@@ -45,7 +45,10 @@ RecordFileResult Writer::Start(Way way, const SyncPolicy& policy, const Recovere
   changes_until_nudge_ = ChangesIn(policy.bytes, geometry_);
   syncer_->PrefaultFor(geometry_);
   RecordFileResult result = syncer_->Attach(file_, way, path_);
-  if (result == kRecordFileOk && !has_both_superblocks_) result = RestoreSuperblocks();
+  if (result == kRecordFileOk && !has_both_superblocks_) {
+    Report(LOG_WARNING, "one of the two superblocks was damaged and is made anew");
+    result = RestoreSuperblocks(superblock_, medium_);
+  }
   if (result == kRecordFileOk && !recovered.is_as_stated) result = Repair(recovered);
   // Not before: a flush that failed in the middle of a repair would be forgotten at its end.
   return result < 0 ? result : syncer_->Start(policy);
@@ -56,70 +59,24 @@ RecordFileResult Writer::Repair(const Recovered& recovered) {
   TellOfLosses(recovered);
   RecordFileResult result = kRecordFileOk;
   if (recovered.has_redo) result = ring_.CompleteRedo(recovered.redo_sequence);
-  if (result == kRecordFileOk) result = ClearUnused(recovered);
+  if (result == kRecordFileOk) result = ClearUnused(geometry_, recovered, &state_, medium_);
   if (result == kRecordFileOk && state_.state != kClosed) {
     result = ClearTornSlots(medium_, geometry_, recovered, state_.synced);
   }
   if (result == kRecordFileOk) result = ring_.StoreNext();
-  if (result == kRecordFileOk && state_.state == kFailed) result = RewriteCells();
+  if (result == kRecordFileOk && state_.state == kFailed) result = RewriteCells(geometry_, medium_);
   if (result < 0) return result;
   state_.generation += recovered.searched ? 1 : 0;
   state_.damaged += recovered.damaged;
   state_.lost_unsynced += recovered.lost_unsynced;
   state_.known_holes = recovered.holes.size();
+  // The disk knows that the file is open, and what has not been flushed can wait for its turn.
+  if (recovered.is_in_memory && MarkOf(file_.get()) == InodeMark::kOpenOnDisk) return StoreOpen();
   result = MarkOpen();
   // Once more, so that the disk knows how far the first flush came: what was lost before that is
   // not to be counted again after the next power cut.
   static_cast<void>(syncer_->FlushUnnoted());
   return result;
-}
-
-// What is of no use is zeros, so that a later look can tell damage from it.
-RecordFileResult Writer::ClearUnused(const Recovered& recovered) {
-  const std::array<std::byte, kPageSize> zeros = {};
-  const auto clear = [&](std::uint64_t begin, std::uint64_t end) {
-    return medium_.Write(kStateOffset + begin, zeros.data(), end - begin);
-  };
-  constexpr std::uint64_t kRedo = offsetof(StatePage, redo);
-  state_.writer_padding = {};
-  state_.sync_padding = {};
-  state_.reserved_word = 0;
-  state_.reserved_sector = {};
-  state_.reserved = {};
-  RecordFileResult result = clear(offsetof(StatePage, writer_padding), offsetof(StatePage, synced));
-  if (result == kRecordFileOk) {
-    result = clear(offsetof(StatePage, sync_padding), offsetof(StatePage, state));
-  }
-  if (result == kRecordFileOk) {
-    result = clear(offsetof(StatePage, reserved_sector), kRedo);
-  }
-  if (result < 0) return result;
-  return clear(recovered.is_redo_torn ? kRedo : kRedo + geometry_.frame_size, kChecksumOffset);
-}
-
-// The damaged copy is made anew from the intact one.
-RecordFileResult Writer::RestoreSuperblocks() {
-  Report(LOG_WARNING, "one of the two superblocks was damaged and is made anew");
-  RecordFileResult result = medium_.Write(kSuperblockBOffset, &superblock_, sizeof superblock_);
-  Medium::Fence();
-  if (result == kRecordFileOk) {
-    result = medium_.Write(kSuperblockAOffset, &superblock_, sizeof superblock_);
-  }
-  return result;
-}
-
-// After a failed flush the kernel takes pages for clean that never reached the disk. Stored again,
-// they are written again.
-RecordFileResult Writer::RewriteCells() {
-  std::vector<std::byte> piece(std::uint64_t{1} << 20U);
-  const std::uint64_t end = FileLength(geometry_);
-  for (std::uint64_t begin = kCellsOffset; begin < end; begin += piece.size()) {
-    const std::uint64_t size = std::min<std::uint64_t>(piece.size(), end - begin);
-    RecordFileResult result = medium_.Read(begin, piece.data(), size);
-    if (result == kRecordFileOk) result = medium_.Write(begin, piece.data(), size);
-    if (result < 0) return result;
-  }
-  return kRecordFileOk;
 }
 
 void Writer::TellOfLosses(const Recovered& recovered) const {
@@ -135,15 +92,22 @@ void Writer::TellOfLosses(const Recovered& recovered) const {
 // On the disk before anything else changes there: else a power cut could leave a page that says
 // closed over records that are not.
 RecordFileResult Writer::MarkOpen() {
+  // The mark may be that of an earlier writer, who has closed the file since.
+  if (MarkOf(file_.get()) == InodeMark::kOpenOnDisk) MarkInode(file_.get(), InodeMark::kOpen);
+  const RecordFileResult result = StoreOpen();
+  if (result < 0) return result;
+  // From here on the page says what every store since the file system was mounted has made.
+  MarkInode(file_.get(), InodeMark::kOpen);
+  // A failure has been reported, and does not stop a journal that can still outlive this process.
+  if (syncer_->Flush() == kRecordFileOk) MarkInode(file_.get(), InodeMark::kOpenOnDisk);
+  return kRecordFileOk;
+}
+
+RecordFileResult Writer::StoreOpen() {
   MarkOpened(kOpen, &state_);
   const RecordFileResult result = StoreFacts(state_, medium_);
-  if (result < 0) return result;
-  is_marked_ = true;
-  // From here on the page says what every store since the file system was mounted has made.
-  MarkInode(file_.get());
-  // A failure has been reported, and does not stop a journal that can still outlive this process.
-  static_cast<void>(syncer_->Flush());
-  return kRecordFileOk;
+  is_marked_ = result == kRecordFileOk;
+  return result;
 }
 
 RecordFileResult Writer::BeginChange() {
@@ -214,7 +178,8 @@ void Writer::Close(std::uint64_t holes) {
   }
   if (!is_marked_) return;
   if (ring_.Finish() < 0) {
-    Report(LOG_ERR, "an overwrite could not be completed; the next writer does that");
+    Report(LOG_ERR,
+           "a change that failed could not be completed or undone; the next writer sees to it");
     return;
   }
   state_.known_holes = holes;

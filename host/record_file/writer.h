@@ -51,12 +51,10 @@ class Writer {
 
  private:
   RecordFileResult Repair(const Recovered& recovered);
-  RecordFileResult ClearUnused(const Recovered& recovered);
-  RecordFileResult RestoreSuperblocks();
-  RecordFileResult RewriteCells();
   void TellOfLosses(const Recovered& recovered) const;
   RecordFileResult BeginChange();
   RecordFileResult MarkOpen();
+  RecordFileResult StoreOpen();
   RecordFileResult MakeRoom();
   int AfterChange(int result);
   RecordFileResult MarkClosed();

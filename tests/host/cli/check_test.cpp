@@ -3,11 +3,19 @@
 #include <gmock/gmock.h>
 
 #include "host/cli/usage_error.h"
+#include "host/record_file/state.h"
+#include "host/record_file/superblock.h"
+#include "packetdb/journal_format.h"
 #include "tests/host/cli/checking.h"
 #include "tests/host/journals/support.h"
 
 namespace packetdb::host::test {
 namespace {
+
+template <class Page>
+std::string BytesOf(const Page& page) {
+  return {reinterpret_cast<const char*>(&page), sizeof page};
+}
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -149,6 +157,21 @@ TEST_F(Check, RefusesADamagedRecordFileThatIsNoJournal) {
   std::filesystem::resize_file(path_, 50000);
   EXPECT_EQ(RunText().status, kExitFailed);
   EXPECT_THAT(RunText().err, HasSubstr("its magic is 'Weather'"));
+}
+
+// A superblock and a state page that are sound, of a file that would have a terabyte.
+TEST_F(Check, CountsWhatIsMissingWithoutLookingForIt) {
+  const RecordFormat format = {kJournalMagic, kJournalRecordSize, kMaxRecords};
+  const Superblock block = MakeSuperblock(format, 0);
+  const StatePage state = MakeState(kMaxRecords, 0);
+  constexpr std::uint64_t kSlots = 6;
+  WriteText(path_, std::string(kCellsOffset + kCellSize, '\0'));
+  Overwrite(path_, kSuperblockAOffset, BytesOf(block));
+  Overwrite(path_, kSuperblockBOffset, BytesOf(block));
+  Overwrite(path_, kStateOffset, BytesOf(state));
+  const nlohmann::json check = Json();
+  EXPECT_EQ(check["result"], "damaged");
+  EXPECT_EQ(check["records_missing"], kMaxRecords - kSlots);
 }
 
 TEST_F(Check, RefusesAnUnknownOutputFormat) {

@@ -6,6 +6,8 @@
 
 #include "host/journals/error.h"
 #include "host/journals/names.h"
+#include "host/record_file/layout.h"
+#include "packetdb/journal_format.h"
 #include "packetdb/query.h"
 #include "tests/host/journals/support.h"
 #include "tests/host/sources/temp_dir.h"
@@ -30,11 +32,12 @@ class GroupWriting : public testing::Test {
   // Nobody reads a journal that somebody writes, so the writer goes first.
   std::vector<PacketDbItemPacked> CloseAndRead() {
     writer_.reset();
-    return RecordsIn(JournalPath(directory_.Path(), "lan"));
+    return RecordsIn(journal_);
   }
 
   const TempDir directory_;
   const std::string catalogue_ = CataloguePath(directory_.Path(), "lan");
+  const std::string journal_ = JournalPath(directory_.Path(), "lan");
   std::optional<GroupWriter> writer_;
 };
 
@@ -120,6 +123,28 @@ TEST_F(GroupWriting, KnowsTheFirstSeenTimeOfTheNewestRecord) {
   writer_->Add(EventFrom(8, now - 5), "lan0");
   writer_->Add(EventFrom(7, now), "lan0");
   EXPECT_EQ(writer_->NewestTime(), now - 5);
+}
+
+// Else an import would take times that go back, and searches by time miss what lies behind them.
+TEST_F(GroupWriting, KnowsTheNewestTimeAlsoWhenTheNewestRecordIsDamaged) {
+  Open();
+  writer_->Add(EventFrom(7, 100), "lan0");
+  writer_->Add(EventFrom(8, 101), "lan0");
+  writer_.reset();
+  std::string bytes = ReadText(journal_);
+  bytes[kCellsOffset + FrameSize(kJournalRecordSize)] ^= 1;
+  WriteText(journal_, bytes);
+  Open();
+  EXPECT_EQ(writer_->NewestTime(), 100U);
+}
+
+TEST_F(GroupWriting, SaysWhenTheNewestRecordCannotBeRead) {
+  Open();
+  writer_->Add(EventFrom(7, 100), "lan0");
+  std::filesystem::resize_file(journal_, kCellsOffset);
+  EXPECT_EQ(WhatOf<JournalError>([&] { writer_->NewestTime(); }),
+            "cannot read the newest record of journal " + journal_ +
+                ": the file was cut or could not be read while it was open");
 }
 
 TEST_F(GroupWriting, CountsTheRecordsThatWereOverwritten) {

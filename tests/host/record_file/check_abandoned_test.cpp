@@ -123,7 +123,8 @@ TEST_F(AbandonedCheck, DamageOfASlotThatNobodyWasAtIsDamage) {
   Abandon(5);
   Tear(7);
   WriteBytes(path_, bytes_);
-  MarkInode(OpenDescriptor(path_, O_RDONLY).get());  // the machine has not been down
+  // The machine has not been down.
+  MarkInode(OpenDescriptor(path_, O_RDONLY).get(), InodeMark::kOpen);
   EXPECT_THAT(FindingsIn(path_), ElementsAre(kNotClosed, Damage(At(7), kFindUnusedSlot)));
 }
 

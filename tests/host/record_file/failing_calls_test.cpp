@@ -51,7 +51,8 @@ struct World {
   }
 
   std::uint64_t tickets_before = 0;
-  bool is_in_memory = false;  // the kernel still knows the file that its writer left
+  // Of the file that its writer left, if the kernel still knows it.
+  InodeMark mark = InodeMark::kNone;
 };
 
 struct Scenario {
@@ -79,7 +80,12 @@ void MakeKilled(World& world) {
   std::filesystem::permissions(world.path, std::filesystem::perms(0640));
   DamageRecord(world.path, 6);
   world.sure.back() = 70;
-  world.is_in_memory = true;
+  world.mark = InodeMark::kOpen;
+}
+
+void MakeKilledAfterAFlush(World& world) {
+  MakeKilled(world);
+  world.mark = InodeMark::kOpenOnDisk;
 }
 
 void MakeOfOtherBoot(World& world) {
@@ -179,6 +185,7 @@ constexpr Scenario kScenarios[] = {
     {"ReadAfterKill", MakeKilled, ReadAll},
     {"ReadAfterBoot", MakeOfOtherBoot, ReadAll},
     {"WriteAfterKill", MakeKilled, OpenToWrite},
+    {"WriteAfterKillOfAFlushedFile", MakeKilledAfterAFlush, OpenToWrite},
     {"WriteAfterBoot", MakeOfOtherBoot, OpenToWrite},
     {"WriteAfterFailure", MakeFailed, OpenToWrite},
     {"RestoreSuperblock", MakeWithOneSuperblock, OpenToWrite},
@@ -219,7 +226,9 @@ class FailingCalls : public testing::TestWithParam<std::tuple<Scenario, Way, Tim
     world.capacity = made_.capacity;
     world.sure = world.other = made_.sure;
     world.tickets_before = made_.tickets_before;
-    if (made_.is_in_memory) MarkInode(OpenDescriptor(world.path, O_RDONLY).get());
+    if (made_.mark != InodeMark::kNone) {
+      MarkInode(OpenDescriptor(world.path, O_RDONLY).get(), made_.mark);
+    }
   }
 
   // Runs the scenario with the `nth` call failing, if there are so many, and returns how many calls

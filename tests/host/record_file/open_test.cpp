@@ -35,6 +35,31 @@ class RecordFileOpen : public testing::Test {
   CDbFile file_;
 };
 
+// Whose space nobody had asked for yet, or a copy left out.
+void PunchHole(const std::string& path, off_t begin, off_t size) {
+  const Descriptor file = OpenDescriptor(path, O_RDWR);
+  ASSERT_EQ(fallocate(file.get(), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, begin, size), 0);
+}
+
+std::uint64_t AllocatedBytes(const std::string& path) {
+  struct stat status = {};
+  EXPECT_EQ(stat(path.c_str(), &status), 0);
+  return static_cast<std::uint64_t>(status.st_blocks) * 512;
+}
+
+TEST_F(RecordFileOpen, AWriterHasTheSpaceThatACopyLeftOut) {
+  constexpr unsigned long kCapacity = 100'000;
+  const std::string path = MakeJournal(disk_, 3, kCapacity);
+  const std::uint64_t length = std::filesystem::file_size(path);
+  PunchHole(path, 1 << 20, 4 << 20);
+  ASSERT_LT(AllocatedBytes(path), length);
+  ASSERT_EQ(Open(file_, path, kModeRead), kRecordFileOk);
+  EXPECT_LT(AllocatedBytes(path), length) << "a reader changes nothing";
+  ASSERT_EQ(Open(file_, path, kModeWrite, kCapacity), kRecordFileOk);
+  EXPECT_GE(AllocatedBytes(path), length);
+  EXPECT_THAT(Values(file_), ElementsAre(1, 2, 3));
+}
+
 TEST_F(RecordFileOpen, RefusesUnknownModeBits) {
   EXPECT_EQ(Open(file_, disk_.NewPath(), 16), kBadMode);
   EXPECT_EQ(Open(file_, disk_.NewPath(), -1), kBadMode);

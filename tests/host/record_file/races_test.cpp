@@ -102,6 +102,18 @@ TEST_F(RecordFileRaces, ATemporaryFileThatIsTakenFromUsIsMadeAgain) {
   EXPECT_THAT(disk_.Names(), ElementsAre("journal"));
 }
 
+// As somebody can who may not lock it.
+TEST_F(RecordFileRaces, AnothersFileUnderTheTemporaryNameIsNotRemoved) {
+  {
+    Creation creation(path_);
+    ASSERT_EQ(creation.Begin({kTestMagic, kTestRecordSize, 3}, 0), kRecordFileOk);
+    const Interposition interposition(BeforeNth(Call::kFsync, 1, Appears(temporary_)));
+    Descriptor file;
+    EXPECT_EQ(creation.Publish(Predecessor::kNone, &file), kUnsettled);
+  }
+  EXPECT_THAT(disk_.Names(), ElementsAre("journal.~new"));
+}
+
 TEST_F(RecordFileRaces, ATemporaryFileThatAnotherCreationLockedIsItsOwn) {
   EXPECT_EQ(OpenWith(FailNth(Call::kFcntl, 1, EAGAIN)), kInUse);
   EXPECT_THAT(disk_.Names(), ElementsAre("journal.~new")) << "which that one has";
@@ -220,6 +232,19 @@ TEST_F(RecordFileRaces, SpaceThatCannotBeGivenBackIsAFailureOfItsOwn) {
             kSystemError);
   EXPECT_EQ(OpenWith(FailNth(Call::kFallocate, 1, ENOSPC)), kNoSpace);
   EXPECT_THAT(disk_.Names(), IsEmpty());
+}
+
+TEST_F(RecordFileRaces, ACopyThatLeftOutZerosIsNotWrittenWhereTheirSpaceIsMissing) {
+  std::filesystem::rename(MakeJournal(disk_, 3, 100'000), path_);
+  const Descriptor file = OpenDescriptor(path_, O_RDWR);
+  ASSERT_EQ(fallocate(file.get(), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, 1 << 20, 1 << 20), 0);
+  const Bytes before = ReadBytes(path_);
+  for (const int error : {ENOSPC, EDQUOT}) {
+    EXPECT_EQ(OpenWith(FailNth(Call::kFallocate, 1, error), kModeWrite), kNoSpace);
+    EXPECT_EQ(ReadBytes(path_), before);
+  }
+  EXPECT_EQ(OpenWith(FailNth(Call::kFallocate, 1, EOPNOTSUPP), kModeWrite), kRecordFileOk)
+      << "a disk that knows no such thing has room as long as it has room";
 }
 
 // They are a favour to later appends, and nothing depends on them.

@@ -43,7 +43,7 @@ class RecoveryTest : public testing::Test {
     WriteBytes(path_, bytes_);
     const Bytes before = bytes_;
     OpenBytes open(path_, Way::kMapped);
-    if (is_in_memory_) MarkInode(open.file.get());
+    if (is_in_memory_) MarkInode(open.file.get(), InodeMark::kOpen);
     Recovered recovered;
     EXPECT_EQ(host::Recover(open.medium, geometry_, state_, writer, look, &recovered),
               kRecordFileOk);
@@ -328,7 +328,7 @@ TEST_F(RecoveryTest, FailsWhenAnEmptyFileIsCut) {
   PutState(state_, &bytes_);
   WriteBytes(path_, bytes_);
   OpenBytes open(path_, Way::kMapped, Access::kWrite);
-  MarkInode(open.file.get());
+  MarkInode(open.file.get(), InodeMark::kOpen);
   std::filesystem::resize_file(path_, kPageSize);
   Recovered recovered;
   EXPECT_EQ(

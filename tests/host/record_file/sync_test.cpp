@@ -3,12 +3,16 @@
 
 #include <atomic>
 #include <cerrno>
+#include <fcntl.h>
 #include <future>
 #include <gmock/gmock.h>
 #include <memory>
 
+#include "host/record_file/descriptor.h"
+#include "host/record_file/inode_mark.h"
 #include "host/record_file/settings.h"
 #include "tests/host/record_file/calls.h"
+#include "tests/host/record_file/child.h"
 #include "tests/host/record_file/geometries.h"
 #include "tests/host/record_file/system_log.h"
 
@@ -62,6 +66,17 @@ class RecordFileSync : public testing::Test {
 
   StatePage State() const { return StateOf(ReadBytes(path_)); }
 
+  // That had appended two records.
+  void KillAWriter() {
+    ASSERT_EQ(InChild([this] {
+                CDbFile* const writer = new CDbFile;  // never closed
+                const bool opened = Open(*writer, path_, kModeWrite) == kRecordFileOk;
+                return opened && Append(*writer, 1) == 0 && Append(*writer, 2) == 1 ? 0 : 1;
+              }),
+              0);
+    ASSERT_EQ(State().state, kOpen);
+  }
+
   Disk disk_;
   CDbFile file_;
   std::string path_ = MakeJournal(disk_, 0);
@@ -91,6 +106,46 @@ TEST_F(RecordFileSync, DoneFlushesTheRecordsAndThenThatTheFileIsClosed) {
   EXPECT_THAT(TakeLogged(), IsEmpty());
 }
 
+// A flush may take longer than everything else that recovery does.
+TEST_F(RecordFileSync, AWriterAfterOneThatWasKilledDoesNotWaitForAFlush) {
+  KillAWriter();
+  const Interposition flushes(Flushes());
+  ASSERT_EQ(Open(file_, path_, kModeWrite), kRecordFileOk);
+  ASSERT_EQ(Append(file_, 3), 2);
+  EXPECT_EQ(flushes_, 0) << "the disk knows since the first writer that the file is open";
+  EXPECT_THAT(Values(file_), ElementsAre(1, 2, 3));
+}
+
+TEST_F(RecordFileSync, AWriterAfterOneThatWasKilledBeforeItsMarkWasFlushedFlushesIt) {
+  KillAWriter();
+  MarkInode(OpenDescriptor(path_, O_RDONLY).get(), InodeMark::kOpen);
+  const Interposition flushes(Flushes());
+  ASSERT_EQ(Open(file_, path_, kModeWrite), kRecordFileOk);
+  EXPECT_GE(flushes_, 1);
+  EXPECT_EQ(MarkOf(OpenDescriptor(path_, O_RDONLY).get()), InodeMark::kOpenOnDisk);
+}
+
+TEST_F(RecordFileSync, TheMarkOfAnEarlierWriterSaysNothingAboutTheNext) {
+  ASSERT_EQ(Open(file_, path_, kModeWrite), kRecordFileOk);
+  ASSERT_EQ(Append(file_, 1), 0);
+  file_.Done();
+  ASSERT_EQ(MarkOf(OpenDescriptor(path_, O_RDONLY).get()), InodeMark::kOpenOnDisk);
+  InodeMark while_flushing = InodeMark::kNone;
+  const Interposition look(BeforeNth(Call::kFdatasync, 1, [&] {
+    while_flushing = MarkOf(OpenDescriptor(path_, O_RDONLY).get());
+  }));
+  ASSERT_EQ(Open(file_, path_, kModeWrite), kRecordFileOk);
+  ASSERT_EQ(Append(file_, 2), 1);
+  EXPECT_EQ(while_flushing, InodeMark::kOpen) << "killed there, it is not known to the disk";
+}
+
+TEST_F(RecordFileSync, AMarkThatCouldNotBeFlushedIsNotOnTheDisk) {
+  const Interposition flushes(Flushes(1));
+  ASSERT_EQ(Open(file_, path_, kModeWrite), kRecordFileOk);
+  ASSERT_EQ(Append(file_, 1), 0);
+  EXPECT_EQ(MarkOf(OpenDescriptor(path_, O_RDONLY).get()), InodeMark::kOpen);
+}
+
 TEST_F(RecordFileSync, WhoChangesNothingFlushesNothing) {
   const Interposition flushes(Flushes());
   for (const int mode : {kModeRead, kModeWrite}) {
@@ -112,8 +167,14 @@ TEST_F(RecordFileSync, FlushesAgainAfterTheInterval) {
   while (State().merges_synced < 1) std::this_thread::yield();
 }
 
-// By calls, a look at the state page can be counted.
+// By calls, a look at the state page can be counted. It says that something was not flushed, as one
+// does whose words could not be stored: the file was closed all the same.
 TEST_F(RecordFileSync, FlushesNothingWhenNothingIsNew) {
+  Bytes bytes = ReadBytes(path_);
+  StatePage state = StateOf(bytes);
+  ++state.merges;
+  PutSoundState(state, &bytes);
+  WriteBytes(path_, bytes);
   RecordFileSettings settings;
   settings.sync.interval = std::chrono::milliseconds(1);
   settings.by_calls = true;
@@ -129,6 +190,7 @@ TEST_F(RecordFileSync, FlushesNothingWhenNothingIsNew) {
   }));
   for (int seen = looks; seen < 20; seen = looks) looks.wait(seen);
   EXPECT_EQ(flushes_, 0);
+  EXPECT_TRUE(ReadBytes(path_) == bytes) << "the file is as it was";
 }
 
 TEST_F(RecordFileSync, FlushesAfterAnAmountWithoutWaitingForTheInterval) {
