@@ -107,6 +107,16 @@ TEST_F(LiveCaptureTest, WhatDidNotFitTheRingIsCountedToThePacket) {
   EXPECT_GT(capture->counters().overruns, 0U);
 }
 
+TEST_F(LiveCaptureTest, OneCallTakesABatchAndNoMore) {
+  const InterfacePair pair;
+  const auto capture = LiveCapture::Open({.interface = "pdb0", .filter = kToPort9});
+  SendPackets(10'000, InterfacePair::kBeyond);
+  Totals totals;
+  ASSERT_TRUE(ReceiveUntil(*capture, totals, [&] { return totals.events > 0; }));
+  EXPECT_LE(totals.events, 4096U);
+  ASSERT_TRUE(ReceiveAll(*capture, totals, 10'000));
+}
+
 TEST_F(LiveCaptureTest, AProcessThatCanOpenNothingReads) {
   for (const bool promiscuous : {false, true}) {
     const auto capture =

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "host/sources/log_group.h"
+#include "host/sources/log_group_filter.h"
 #include "tests/host/sources/live/child.h"
 #include "tests/host/sources/live/network.h"
 #include "tests/host/sources/live/receive.h"
@@ -94,6 +95,7 @@ TEST_F(LogGroupOwnerTest, AnAdoptedSocketIsSetUpAnew) {
   auto first = LogGroup::Open({.group = 5, .receive_buffer = 1});
   const int kept = fcntl(first->fd(), F_DUPFD, 0);
   fcntl(kept, F_SETFL, 0);
+  AdmitOnlyAnswers(kept);
   first.reset();
   const auto second = LogGroup::Adopt(kept, {.group = 5, .copy_range = 20});
   EXPECT_NE(fcntl(kept, F_GETFL) & O_NONBLOCK, 0);

@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <poll.h>
 #include <unistd.h>
+#include <vector>
 
 #include "tests/host/sources/collector.h"
 #include "tests/host/sources/live/child.h"
@@ -98,18 +99,41 @@ TEST_F(LogGroupTest, TheKernelCopiesWhatItIsTold) {
   EXPECT_EQ(shorter->packets().noted(Remark::kPortsNotCaptured), 1U);
 }
 
-TEST_F(LogGroupTest, TheKernelSendsWhenItIsTold) {
+TEST_F(LogGroupTest, TheKernelGathersAsManyRecordsAsItIsTold) {
   // A timer that would not run out within the test.
   const auto group =
-      LogGroup::Open({.group = 5, .queue_threshold = 10, .flush_after = std::chrono::hours(1)});
-  SetRules(LogRules("input", "log group 5"));
+      LogGroup::Open({.group = 5, .queue_threshold = 400, .flush_after = std::chrono::hours(1)});
+  SetRules(LogRules("input", "log prefix \"pdb:input:1:drop\" group 5"));
   Totals totals;
-  SendPackets(9);
+  SendPackets(399);
   EXPECT_FALSE(group->Receive(totals));
   SendPackets(1);
   EXPECT_TRUE(group->Receive(totals));
-  EXPECT_EQ(totals.events, 10U);
+  EXPECT_EQ(totals.events, 400U);
   EXPECT_EQ(group->counters().batches, 1U);
+}
+
+TEST_F(LogGroupTest, TheKernelKnowsModeRangeAndTimer) {
+  const auto group =
+      LogGroup::Open({.group = 5, .copy_range = 77, .flush_after = std::chrono::milliseconds(15)});
+  std::ifstream list("/proc/self/net/netfilter/nfnetlink_log");
+  // Columns: group, port, what is gathered, copy mode and range, hundredths of a second.
+  std::vector<unsigned int> row(6);
+  for (unsigned int& column : row) list >> column;
+  row[1] = 0;
+  EXPECT_THAT(row, testing::ElementsAre(5, 0, 0, 2, 77, 2));
+}
+
+TEST_F(LogGroupTest, OneCallTakesABatchAndNoMore) {
+  const auto group = LogGroup::Open({.group = 5, .queue_threshold = 1});
+  SetRules(LogRules("input", "log group 5"));
+  SendPackets(100);
+  Totals totals;
+  EXPECT_TRUE(group->Receive(totals));
+  EXPECT_EQ(totals.events, 64U);
+  EXPECT_TRUE(group->Receive(totals));
+  EXPECT_EQ(totals.events, 100U);
+  EXPECT_FALSE(group->Receive(totals));
 }
 
 TEST_F(LogGroupTest, TheBufferIsWhatTheKernelGave) {
