@@ -12,8 +12,7 @@
 namespace packetdb::fuzz {
 namespace {
 
-using namespace host::test;  // NOLINT(google-build-using-namespace): the words that seeds are made
-                             // of
+using namespace host::test;  // the words that seeds are made of
 
 constexpr std::uint32_t kSecond = 1'000'000'000;
 
