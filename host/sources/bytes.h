@@ -29,6 +29,10 @@ inline std::uint32_t Big32(ByteView bytes, std::size_t at) {
   return (static_cast<std::uint32_t>(Big16(bytes, at)) << 16) | Big16(bytes, at + 2);
 }
 
+inline std::uint64_t Big64(ByteView bytes, std::size_t at) {
+  return (static_cast<std::uint64_t>(Big32(bytes, at)) << 32) | Big32(bytes, at + 4);
+}
+
 // In the byte order of this machine.
 template <class T>
 T Native(ByteView bytes, std::size_t at) {

@@ -7,12 +7,7 @@
 namespace packetdb::host {
 namespace {
 
-std::uint32_t Flags(const LinkPacket& link, const Ipv4Packet& ip, const RuleOutcome& outcome) {
-  return link.direction | VerdictFlag(outcome.verdict) |
-         (ip.later_fragment ? kFlagLaterFragment : 0U);
-}
-
-packetdb::CDrvErrorItemV4 ItemOf(const Ipv4Packet& ip) {
+packetdb::CDrvErrorItemV4 ItemOf(const LinkPacket& link, const Ipv4Packet& ip) {
   packetdb::CDrvErrorItemV4 item{};
   item.m_SrcIp = ip.source;
   item.m_DstIp = ip.destination;
@@ -22,6 +17,7 @@ packetdb::CDrvErrorItemV4 ItemOf(const Ipv4Packet& ip) {
   item.m_DstPort = ip.destination_port;
   item.m_Count = 1;
   item.m_PacketSize = ip.total_length;
+  item.m_Flags = link.direction | (ip.later_fragment ? kFlagLaterFragment : 0U);
   return item;
 }
 
@@ -34,6 +30,22 @@ std::uint32_t JournalTime(std::int64_t unix_seconds, CaptureCounters& counters) 
   return static_cast<std::uint32_t>(fitted - kFirst);
 }
 
+bool FillEvent(const LinkPacket& packet, const PacketTime& time, CaptureCounters& counters,
+               Event& event) {
+  const std::optional<Ipv4Packet> ip = ParseIpv4(packet.network, counters);
+  if (!ip) return false;
+  if (time.seconds > kLatestTime) {
+    counters.Skip(SkipReason::kTooLate);
+    return false;
+  }
+  event.item = ItemOf(packet, *ip);
+  event.item.m_FirstTime = event.item.m_LastTime = JournalTime(time.seconds, counters);
+  event.time = time.seconds;
+  event.nanoseconds = time.nanoseconds;
+  counters.CountEvent();
+  return true;
+}
+
 std::optional<Event> BuildEvent(LinkParser parser, const Frame& frame, const PacketTime& time,
                                 const CaptureOptions& options, CaptureCounters& counters) {
   counters.CountPacket();
@@ -44,18 +56,12 @@ std::optional<Event> BuildEvent(LinkParser parser, const Frame& frame, const Pac
 
 std::optional<Event> BuildEvent(const LinkPacket& packet, const PacketTime& time,
                                 const CaptureOptions& options, CaptureCounters& counters) {
-  const std::optional<Ipv4Packet> ip = ParseIpv4(packet.network, counters);
-  if (!ip) return std::nullopt;
-  if (time.seconds > kLatestTime) return counters.Skip(SkipReason::kTooLate);
+  Event event;
+  if (!FillEvent(packet, time, counters, event)) return std::nullopt;
   const RuleOutcome outcome = Classify(packet.prefix, options.rules, counters);
-  Event event{.item = ItemOf(*ip),
-              .interface = options.interfaces.Name(packet.interface_index),
-              .time = time.seconds,
-              .nanoseconds = time.nanoseconds};
-  event.item.m_Flags = Flags(packet, *ip, outcome);
+  event.item.m_Flags |= VerdictFlag(outcome.verdict);
   event.item.m_ErrorCode = outcome.code;
-  event.item.m_FirstTime = event.item.m_LastTime = JournalTime(time.seconds, counters);
-  counters.CountEvent();
+  event.interface = options.interfaces.Name(packet.interface_index);
   return event;
 }
 

@@ -26,6 +26,12 @@ inline constexpr std::int64_t kLatestTime = 0x7FFFFFFF;
 // remark.
 std::uint32_t JournalTime(std::int64_t unix_seconds, CaptureCounters& counters);
 
+// What the packet itself gives of an event: all but the interface, the code and the verdict, which
+// are for the caller to add. Counts the event; false when it counted the reason for none, and then
+// the event is as it was.
+bool FillEvent(const LinkPacket& packet, const PacketTime& time, CaptureCounters& counters,
+               Event& event);
+
 // Counts one packet, which `parser` is to find in the frame, and the event or the reason for none.
 std::optional<Event> BuildEvent(LinkParser parser, const Frame& frame, const PacketTime& time,
                                 const CaptureOptions& options, CaptureCounters& counters);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -39,7 +40,15 @@ struct LiveCounters {
   std::uint64_t malformed = 0;         // messages that could not be taken apart
   std::uint64_t batches = 0;           // receives that brought something
   std::uint32_t buffer_bytes = 0;      // effective size of the kernel's buffer
-  std::uint64_t next_sequence = 0;     // that the next record should carry; 0: not known yet
+  // What the next record's number should be, from 1 to 2^32, which stands for 0: the numbers have
+  // 32 bits. 0: not known yet.
+  std::uint64_t next_sequence = 0;
+};
+
+// Why a source cannot be opened: one line for people, which names it.
+class SourceError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
 };
 
 class LiveSource {
@@ -56,7 +65,8 @@ class LiveSource {
   // Packets, events and why others gave none.
   virtual const CaptureCounters& packets() const = 0;
   virtual LiveCounters counters() const = 0;
-  // Goes on where another process left off: a gap before the first record is then counted.
+  // Goes on where another process left off, whose counters().next_sequence this is: a gap before
+  // the first record is then counted. 0 changes nothing.
   virtual void ExpectSequence(std::uint64_t next) = 0;
 };
 

@@ -5,7 +5,6 @@
 
 #include "host/sources/ethernet.h"
 #include "host/sources/event.h"
-#include "host/sources/nflog_attributes.h"
 
 namespace packetdb::host {
 namespace {
@@ -15,67 +14,6 @@ constexpr std::size_t kVersionAt = 1;
 constexpr std::size_t kHeader = 4;
 constexpr std::uint8_t kVersion = 0;
 
-struct Record {
-  std::optional<std::uint16_t> ether_type;
-  std::optional<std::uint8_t> hook;
-  std::uint32_t index_in = 0;
-  std::uint32_t index_out = 0;
-  std::string_view prefix;
-  Frame payload;
-};
-
-// The kernel ends the text with a NUL; other writers may not.
-std::string_view PrefixText(ByteView value) {
-  const std::string_view text(reinterpret_cast<const char*>(value.data()), value.size());
-  return text.substr(0, text.find('\0'));
-}
-
-bool ReadPacketHeader(ByteView value, Record& record) {
-  constexpr std::size_t kLength = 4;  // EtherType, hook, a pad byte
-  if (value.size() < kLength) return false;
-  record.ether_type = Big16(value, 0);
-  record.hook = value[2];
-  return true;
-}
-
-bool ReadIndex(ByteView value, std::uint32_t& index) {
-  if (value.size() < sizeof index) return false;
-  index = Big32(value, 0);
-  return true;
-}
-
-// False: the value is too short for its type.
-bool ReadAttribute(const NflogAttribute& attribute, Record& record) {
-  switch (attribute.type) {
-    case kNflogPacketHeader:
-      return ReadPacketHeader(attribute.value.bytes, record);
-    case kNflogIndexIn:
-      return ReadIndex(attribute.value.bytes, record.index_in);
-    case kNflogIndexOut:
-      return ReadIndex(attribute.value.bytes, record.index_out);
-    case kNflogPrefix:
-      record.prefix = PrefixText(attribute.value.bytes);
-      return true;
-    case kNflogPayload:
-      record.payload = attribute.value;
-      return true;
-    default:
-      return true;
-  }
-}
-
-// Empty: damaged.
-std::optional<Record> ReadRecord(const Frame& frame) {
-  Record record;
-  NflogAttributes attributes(frame);
-  while (const auto attribute = attributes.Next()) {
-    const bool cut = attribute->value.bytes.size() < attribute->value.wire_length;
-    if (!ReadAttribute(*attribute, record) && !cut) return std::nullopt;
-  }
-  if (attributes.damaged()) return std::nullopt;
-  return record;
-}
-
 std::optional<SkipReason> ReasonOfEtherType(std::optional<std::uint16_t> ether_type) {
   if (ether_type == kEtherIpv4) return std::nullopt;
   if (ether_type == kEtherIpv6) return SkipReason::kIpv6;
@@ -84,7 +22,7 @@ std::optional<SkipReason> ReasonOfEtherType(std::optional<std::uint16_t> ether_t
 }
 
 // Families that see any protocol tell it in the packet header.
-std::optional<SkipReason> ReasonOfFamily(std::uint8_t family, const Record& record) {
+std::optional<SkipReason> ReasonOfFamily(std::uint8_t family, const NflogRecord& record) {
   switch (family) {
     case NFPROTO_IPV4:
       return std::nullopt;
@@ -131,7 +69,7 @@ std::uint32_t Direction(std::uint8_t family, std::optional<std::uint8_t> hook) {
   }
 }
 
-std::uint32_t InterfaceIndex(const Record& record, std::uint32_t direction) {
+std::uint32_t InterfaceIndex(const NflogRecord& record, std::uint32_t direction) {
   if (direction == kFlagOut) return record.index_out;
   return record.index_in != 0 ? record.index_in : record.index_out;
 }
@@ -141,20 +79,19 @@ std::uint32_t InterfaceIndex(const Record& record, std::uint32_t direction) {
 std::optional<LinkPacket> ParseNflog(const Frame& frame, CaptureCounters& counters) {
   if (frame.bytes.size() < kHeader) return counters.Skip(SkipReason::kTruncatedLink);
   if (frame.bytes[kVersionAt] != kVersion) return counters.Skip(SkipReason::kNflogDamaged);
-  return ParseNflogAttributes(frame.bytes[kFamilyAt], frame.Behind(kHeader), counters);
+  return ParseNflogRecord(frame.bytes[kFamilyAt], ReadNflogRecord(frame.Behind(kHeader)), counters);
 }
 
-std::optional<LinkPacket> ParseNflogAttributes(std::uint8_t family, const Frame& attributes,
-                                               CaptureCounters& counters) {
-  const std::optional<Record> record = ReadRecord(attributes);
-  if (!record) return counters.Skip(SkipReason::kNflogDamaged);
-  if (const auto reason = ReasonOfFamily(family, *record)) return counters.Skip(*reason);
-  if (record->payload.bytes.empty()) return counters.Skip(SkipReason::kNflogNoPayload);
-  const std::uint32_t direction = Direction(family, record->hook);
-  return LinkPacket{.network = record->payload,
+std::optional<LinkPacket> ParseNflogRecord(std::uint8_t family, const NflogRecord& record,
+                                           CaptureCounters& counters) {
+  if (record.damaged) return counters.Skip(SkipReason::kNflogDamaged);
+  if (const auto reason = ReasonOfFamily(family, record)) return counters.Skip(*reason);
+  if (record.payload.bytes.empty()) return counters.Skip(SkipReason::kNflogNoPayload);
+  const std::uint32_t direction = Direction(family, record.hook);
+  return LinkPacket{.network = record.payload,
                     .direction = direction,
-                    .interface_index = InterfaceIndex(*record, direction),
-                    .prefix = record->prefix};
+                    .interface_index = InterfaceIndex(record, direction),
+                    .prefix = record.prefix};
 }
 
 }  // namespace packetdb::host

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "host/sources/link_layer.h"
+#include "host/sources/nflog_record.h"
 
 namespace packetdb::host {
 
@@ -12,13 +13,11 @@ namespace packetdb::host {
 // attributes.
 std::optional<LinkPacket> ParseNflog(const Frame& frame, CaptureCounters& counters);
 
-// The attributes of a record that `family` (the kernel's NFPROTO_ value) logged. Directions come
-// from the hook; the interface is the one that the packet left by when it only leaves, else the one
-// that it came in by.
-//
-// Left unread: mark, user and group, bridge ports, and the time stamp, because a record has a time
-// of its own and the attribute is there for received packets only.
-std::optional<LinkPacket> ParseNflogAttributes(std::uint8_t family, const Frame& attributes,
-                                               CaptureCounters& counters);
+// What a record that `family` (the kernel's NFPROTO_ value) logged says about its packet.
+// Directions come from the hook; the interface is the one that the packet left by when it only
+// leaves, else the one that it came in by. Mark, user and time stamp are no part of that: a
+// captured record has a time of its own, and who reads a live one finds them in the record.
+std::optional<LinkPacket> ParseNflogRecord(std::uint8_t family, const NflogRecord& record,
+                                           CaptureCounters& counters);
 
 }  // namespace packetdb::host

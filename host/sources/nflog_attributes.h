@@ -12,10 +12,14 @@ namespace packetdb::host {
 // The types that we read; all others are passed over.
 enum NflogType : std::uint16_t {
   kNflogPacketHeader = 1,
+  kNflogMark = 2,
+  kNflogTimestamp = 3,
   kNflogIndexIn = 4,
   kNflogIndexOut = 5,
   kNflogPayload = 9,
   kNflogPrefix = 10,
+  kNflogUid = 11,
+  kNflogSequence = 12,
 };
 
 struct NflogAttribute {
