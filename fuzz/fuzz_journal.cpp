@@ -4,12 +4,12 @@
 #include <cstdint>
 
 #include "fuzz/journal_mutator.h"
-#include "fuzz/journal_target.h"
+#include "fuzz/target.h"
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t max_size);
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  packetdb::fuzz::TryJournal(data, size);
+  packetdb::fuzz::TryInput(data, size);
   return 0;
 }
 

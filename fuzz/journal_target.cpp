@@ -1,5 +1,3 @@
-#include "fuzz/journal_target.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +10,8 @@
 #include <vector>
 
 #include "fuzz/journal_description.h"
+#include "fuzz/promise.h"
+#include "fuzz/target.h"
 #include "host/journals/conversion.h"
 #include "host/journals/error.h"
 #include "host/journals/journal_format.h"
@@ -34,14 +34,6 @@ constexpr int kWrite = 1;
 constexpr int kMaxRefused = 8;
 // Frames that may stand where no record should be.
 constexpr std::uint64_t kMaxStrays = 64;
-
-[[noreturn]] void Fail(const char* promise) {
-  std::fprintf(stderr, "broken promise: %s\n", promise);
-  std::abort();
-}
-void Require(bool holds, const char* promise) {
-  if (!holds) Fail(promise);
-}
 
 // A folder in memory, the process's own, which is gone at its end.
 class Folder {
@@ -246,7 +238,7 @@ void Use(const std::string& path) {
 
 }  // namespace
 
-void TryJournal(const std::uint8_t* data, std::size_t size) {
+void TryInput(const std::uint8_t* data, std::size_t size) {
   host::SetLogLevel(0);  // it would tell of every damage
   const Description description = ParseDescription(data, size);
   host::RecordFileSettings settings;

@@ -6,7 +6,7 @@
 #include <iterator>
 #include <vector>
 
-#include "fuzz/journal_target.h"
+#include "fuzz/target.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ int main(int argc, char** argv) {
       const std::vector<std::uint8_t> data = Read(entry.path());
       std::printf("%s\n", entry.path().filename().c_str());
       std::fflush(stdout);
-      packetdb::fuzz::TryJournal(data.data(), data.size());
+      packetdb::fuzz::TryInput(data.data(), data.size());
       ++files;
     }
   }
