@@ -36,6 +36,7 @@ ConfigurationCheck CheckConfiguration(const ConfigurationPlaces& places,
                          SumUp(configuration))}};
   } catch (const ConfigurationError& error) {
     ConfigurationCheck check;
+    check.lines.reserve(error.problems().size());
     for (const std::string& problem : error.problems()) {
       check.lines.push_back(EscapeForLog(problem));
     }

@@ -15,14 +15,16 @@ namespace {
 // `what` is "event code" or "bit".
 void CheckNamedOnce(const Draft& draft, const NameTable& names, const std::string& section,
                     const char* what, Problems& problems) {
+  const auto place_of = [&](const std::string& name) {
+    return draft.PlaceOf(fmt::format("{}.{}", section, name));
+  };
   std::map<std::uint32_t, std::string> first;
   for (const auto& [name, value] : names) {
     const auto [there, is_new] = first.try_emplace(value, name);
     if (is_new) continue;
-    problems.Add(
-        draft.PlaceOf(section + "." + name),
-        fmt::format("{}: this {} has the name '{}' already, at {}", name, what, there->second,
-                    problems.Show(draft.PlaceOf(section + "." + there->second))));
+    problems.Add(place_of(name),
+                 fmt::format("{}: this {} has the name '{}' already, at {}", name, what,
+                             there->second, problems.Show(place_of(there->second))));
   }
 }
 

@@ -12,6 +12,7 @@ constexpr std::size_t kLongestDirectory = 4000;
 constexpr std::size_t kLongestFileName = 4095;  // PATH_MAX with its NUL
 constexpr std::int64_t kHourMs = 3'600'000;
 constexpr std::int64_t kMiB = 1 << 20;
+constexpr std::int64_t kTiB = kMiB << 20;
 
 }  // namespace
 
@@ -43,7 +44,7 @@ std::unique_ptr<Section> MakeSyncSection() {
   std::vector<Key<Sync>> keys;
   keys.push_back(UnitKey(kDurationKind, "interval", &Sync::interval, {10, kHourMs}, "1s",
                          "How long what was journaled may wait to be flushed.", Effect::kIntake));
-  keys.push_back(UnitKey(kSizeKind, "bytes", &Sync::bytes, {kMiB, 1024 * 1024 * kMiB}, "64MiB",
+  keys.push_back(UnitKey(kSizeKind, "bytes", &Sync::bytes, {kMiB, kTiB}, "64MiB",
                          "How much may wait to be flushed.", Effect::kIntake));
   return std::make_unique<SingleSection<Sync>>(
       "sync",

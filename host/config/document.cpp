@@ -73,7 +73,7 @@ class Converter {
   }
 
   void Refuse(const Place& place) {
-    if (!failed_) problems_.Add(place, "nested too deeply");
+    problems_.Add(place, "nested too deeply");
     failed_ = true;
   }
 

@@ -42,7 +42,8 @@ inline constexpr int kDeepestNesting = 8;
 inline constexpr std::size_t kLongestLine = 2048;  // bytes
 
 // The tree of a text. Nothing when the text is no TOML or has a line that is too long, a control
-// character or too deep a nesting: the first such fault is then among the problems.
+// character or too deep a nesting: that is then among the problems, of all but the last kind the
+// first place only.
 std::optional<Node> ParseDocument(std::string_view text, std::size_t file, Problems& problems);
 
 }  // namespace packetdb::host

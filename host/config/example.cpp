@@ -20,10 +20,12 @@ std::string Comment(std::string text) {
   std::string line = "#";
   for (std::string word; words >> word;) {
     if (line.size() + 1 + word.size() > kColumns) {
-      lines += line + "\n";
+      lines += line;
+      lines += '\n';
       line = "#";
     }
-    line += " " + word;
+    line += ' ';
+    line += word;
   }
   return lines + line + "\n";
 }

@@ -109,6 +109,7 @@ Key<Exclusion> ListKey(std::string name, std::vector<Element> Exclusion::*member
           },
           [member, show](const Exclusion& exclusion, const Configuration&) {
             std::vector<std::string> shown;
+            shown.reserve((exclusion.*member).size());
             for (const Element& element : exclusion.*member) shown.push_back(show(element));
             return fmt::format("[{}]", fmt::join(shown, ", "));
           }};

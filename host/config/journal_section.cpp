@@ -16,7 +16,7 @@ namespace {
 using Journal = JournalSettings;
 
 constexpr std::int64_t kSecondMs = 1000;
-constexpr std::int64_t kLongestWindow = 365 * 24 * 3600 * kSecondMs;
+constexpr std::int64_t kLongestWindow = std::int64_t{365} * 24 * 3600 * kSecondMs;
 
 std::optional<Refusal> ReadLogGroups(const Node& node, const Reading&, Journal& journal) {
   std::vector<std::uint16_t> groups;

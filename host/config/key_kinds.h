@@ -98,7 +98,7 @@ inline constexpr UnitKind kDurationKind{"a duration", ParseDuration, ShowDuratio
 
 template <class Settings, class Number>
 Key<Settings> UnitKey(const UnitKind& kind, std::string name, Number Settings::*member,
-                      const UnitRange& range, std::string example, std::string help,
+                      const UnitRange& range, const std::string& example, std::string help,
                       Effect effect) {
   return {std::move(name),
           TakesUnit(kind.what, range, kind.show),
@@ -147,6 +147,7 @@ Key<Settings> ChoiceKey(std::string name, Value Settings::*member,
                         std::vector<std::pair<std::string, Value>> words, std::string help,
                         Effect effect) {
   std::vector<std::string> names;
+  names.reserve(words.size());
   for (const auto& [word, value] : words) names.push_back(Quoted(word));
   return {std::move(name),
           fmt::format("one of {}", fmt::join(names, ", ")),

@@ -64,14 +64,14 @@ void CompareLists(const ComparedList& list, const std::vector<ShownElement>& bef
   for (const ShownElement& element : before) {
     const auto found = new_positions.find(ValueOf(element, list.identity));
     if (found == new_positions.end()) {
-      lines.push_back(front(element) + ": gone");
+      lines.push_back(fmt::format("{}: gone", front(element)));
     } else {
       CompareKeys(element, after[found->second], front(element), lines);
     }
   }
   for (const ShownElement& element : after) {
     if (!old_positions.contains(ValueOf(element, list.identity))) {
-      lines.push_back(front(element) + ": new");
+      lines.push_back(fmt::format("{}: new", front(element)));
     }
   }
   if (IsReordered(old_positions, after, list.identity)) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -36,6 +37,7 @@ class ListSection final : public Section {
 
   std::vector<KeyReference> Keys() const override {
     std::vector<KeyReference> references;
+    references.reserve(keys_.size());
     for (const auto& key : keys_) references.push_back(ReferenceOf(key));
     return references;
   }
@@ -54,9 +56,9 @@ class ListSection final : public Section {
   std::string Show(const Configuration& configuration) const override {
     std::string text;
     for (const Settings& settings : configuration.*traits_.member) {
-      text += Title() + "\n";
+      fmt::format_to(std::back_inserter(text), "{}\n", Title());
       for (const auto& [key, value] : Shown(settings, configuration)) {
-        text += key + " = " + value + "\n";
+        fmt::format_to(std::back_inserter(text), "{} = {}\n", key, value);
       }
     }
     return text;
@@ -143,6 +145,7 @@ class ListSection final : public Section {
 
   std::vector<ShownElement> ShowAll(const Configuration& configuration) const {
     std::vector<ShownElement> all;
+    all.reserve((configuration.*traits_.member).size());
     for (const Settings& settings : configuration.*traits_.member) {
       all.push_back(Shown(settings, configuration));
     }

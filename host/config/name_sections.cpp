@@ -1,6 +1,7 @@
 // Names of the administrator's own: [events] and [flags]. Their keys are names, so that none is
 // unknown.
 #include <fmt/format.h>
+#include <iterator>
 #include <variant>
 
 #include "host/config/event_names.h"
@@ -52,7 +53,8 @@ class NameSection final : public Section {
   std::string Show(const Configuration& configuration) const override {
     std::string text;
     for (const auto& [word, value] : configuration.*kind_.member) {
-      if (kind_.refuses(word).empty()) text += word + " = " + kind_.show(value) + "\n";
+      if (!kind_.refuses(word).empty()) continue;
+      fmt::format_to(std::back_inserter(text), "{} = {}\n", word, kind_.show(value));
     }
     return text.empty() ? "" : Title() + "\n" + text;
   }

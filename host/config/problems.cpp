@@ -32,6 +32,7 @@ std::vector<std::string> Problems::Lines() const {
            std::tie(b.place.file, b.place.line, b.place.column);
   });
   std::vector<std::string> lines;
+  lines.reserve(sorted.size() + 1);
   for (const Problem& problem : sorted) {
     lines.push_back(fmt::format("{}: {}", Show(problem.place), problem.text));
   }

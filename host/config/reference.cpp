@@ -23,7 +23,8 @@ std::string ShowAll(const SectionList& sections, const Configuration& configurat
   for (const auto& section : sections) {
     const std::string part = section->Show(configuration);
     if (part.empty()) continue;
-    text += text.empty() ? part : "\n" + part;
+    if (!text.empty()) text += '\n';
+    text += part;
   }
   return text;
 }

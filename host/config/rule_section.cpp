@@ -22,6 +22,7 @@ constexpr NumberRange kCodes{1, kMaxPrefixCode};
 // "there is no event 'x'; did you mean 'y'?"
 std::string NoSuchName(const char* what, const std::string& name, const NameTable& names) {
   std::vector<std::string> known;
+  known.reserve(names.size());
   for (const auto& [each, value] : names) known.push_back(each);
   const auto nearest = NearestWord(name, known);
   return fmt::format("there is no {} of that name{}", what,

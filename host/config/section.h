@@ -42,6 +42,7 @@ std::string UnknownKeyText(const std::string& key, const std::string& title,
 template <class Settings>
 std::vector<std::string> NamesOf(const std::vector<Key<Settings>>& keys) {
   std::vector<std::string> names;
+  names.reserve(keys.size());
   for (const Key<Settings>& key : keys) names.push_back(key.name);
   return names;
 }

@@ -17,7 +17,7 @@ constexpr std::int64_t kSecondMs = 1000;
 constexpr std::int64_t kDayMs = 86'400'000;
 constexpr std::int64_t kKiB = 1 << 10;
 constexpr std::int64_t kMiB = 1 << 20;
-constexpr std::int64_t kMostMemory = 1024 * 1024 * kMiB;
+constexpr std::int64_t kMostMemory = kMiB << 20;
 
 using Socket = SocketSettings;
 using Limits = LimitSettings;

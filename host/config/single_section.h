@@ -2,6 +2,7 @@
 #pragma once
 
 #include <fmt/format.h>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -35,6 +36,7 @@ class SingleSection final : public Section {
 
   std::vector<KeyReference> Keys() const override {
     std::vector<KeyReference> references;
+    references.reserve(keys_.size());
     for (const auto& key : keys_) references.push_back(ReferenceOf(key));
     return references;
   }
@@ -48,14 +50,17 @@ class SingleSection final : public Section {
     }
     ReadKeys(*table, keys_, Title(), reading, part_.In(draft.configuration));
     const std::string prefix = name().empty() ? "" : name() + ".";
-    for (const Entry& entry : table->entries) draft.keys[prefix + entry.name] = entry.node.place;
+    for (const Entry& entry : table->entries) {
+      draft.keys[fmt::format("{}{}", prefix, entry.name)] = entry.node.place;
+    }
   }
 
   std::string Show(const Configuration& configuration) const override {
     std::string text = name().empty() ? "" : Title() + "\n";
     for (const auto& key : keys_) {
       const std::string value = key.show(part_.In(configuration), configuration);
-      if (!value.empty()) text += key.name + " = " + value + "\n";
+      if (value.empty()) continue;
+      fmt::format_to(std::back_inserter(text), "{} = {}\n", key.name, value);
     }
     return text;
   }

@@ -83,7 +83,9 @@ FolderFiles FindFiles(const std::string& folder, const std::string& suffix) {
   errno = 0;
   while (const dirent* entry = readdir(open_folder.get())) {
     const std::string name = static_cast<const char*>(entry->d_name);
-    if (name.front() != '.' && name.ends_with(suffix)) found.paths.push_back(folder + "/" + name);
+    if (name.front() != '.' && name.ends_with(suffix)) {
+      found.paths.push_back(fmt::format("{}/{}", folder, name));
+    }
   }
   if (errno != 0) found.problem = fmt::format("cannot be read: {}", Reason(errno));
   std::sort(found.paths.begin(), found.paths.end());

@@ -49,9 +49,10 @@ std::string Quoted(std::string_view text) {
 }
 
 std::string QuotedList(const std::vector<std::string>& texts) {
-  std::string list;
-  for (const std::string& text : texts) list += (list.empty() ? "" : ", ") + Quoted(text);
-  return "[" + list + "]";
+  std::vector<std::string> quoted;
+  quoted.reserve(texts.size());
+  for (const std::string& text : texts) quoted.push_back(Quoted(text));
+  return fmt::format("[{}]", fmt::join(quoted, ", "));
 }
 
 std::string Written(const Node& node) { return std::visit(Writer(), node.value); }

@@ -71,7 +71,7 @@ TEST(Toml, WhatIsNestedAsDeeplyAsItCanBeIsRefused) {
   text += "1";
   for (int i = 0; i < 7; ++i) text += "}]";
   text += "\n[" + Dotted(1000) + "]\n" + Dotted(1000) + " = 1\n";
-  EXPECT_EQ(ProblemOf(text), "c.toml:2:15: nested too deeply");
+  EXPECT_EQ(ProblemOf(text), "c.toml:2:15: nested too deeply\nc.toml:9:1: nested too deeply");
   EXPECT_EQ(ProblemOf("[" + Dotted(1000) + "]\n" + Dotted(1000) + " = 1\n"),
             "c.toml:1:1: nested too deeply");
 }
