@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <iterator>
 
+#include "host/config/protocols.h"
 #include "host/sources/event.h"
 
 namespace packetdb::host {
@@ -13,13 +14,6 @@ template <class Value>
 struct Word {
   std::string_view text;
   Value value;
-};
-
-// IANA's keywords for what packet filters meet.
-constexpr Word<std::uint8_t> kProtocols[] = {
-    {"icmp", 1},  {"igmp", 2},   {"ipip", 4},   {"tcp", 6},       {"udp", 17},
-    {"dccp", 33}, {"gre", 47},   {"esp", 50},   {"ah", 51},       {"ospf", 89},
-    {"pim", 103}, {"vrrp", 112}, {"sctp", 132}, {"udplite", 136},
 };
 
 constexpr Word<std::uint32_t> kFlags[] = {
@@ -57,16 +51,9 @@ std::string FlagWord(std::uint32_t bit) {
 
 }  // namespace
 
-std::string ProtocolWord(std::uint8_t protocol) {
-  for (const auto& word : kProtocols) {
-    if (word.value == protocol) {
-      return std::string(word.text);
-    }
-  }
-  return std::to_string(protocol);
-}
+std::string ProtocolWord(std::uint8_t protocol) { return ShowProtocol(protocol); }
 
-std::optional<std::uint8_t> ProtocolNumber(std::string_view word) { return Find(kProtocols, word); }
+std::optional<std::uint8_t> ProtocolNumber(std::string_view word) { return ProtocolByName(word); }
 
 std::vector<std::string> FlagWords(std::uint32_t flags) {
   std::vector<std::string> words;
@@ -80,7 +67,7 @@ std::vector<std::string> FlagWords(std::uint32_t flags) {
 
 std::optional<std::uint32_t> FlagBit(std::string_view word) { return Find(kFlags, word); }
 
-std::string AllProtocolWords() { return Joined(kProtocols); }
+std::string AllProtocolWords() { return ProtocolNames(); }
 
 std::string AllFlagWords() { return Joined(kFlags); }
 

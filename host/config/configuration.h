@@ -24,6 +24,8 @@ struct LogGroupSettings {
   std::uint32_t queue_threshold = 400;
   std::chrono::milliseconds flush_after{10};  // the kernel counts hundredths of a second
   std::uint32_t receive_buffer = 32U << 20U;  // bytes asked for; the kernel tells what it gave
+
+  bool operator==(const LogGroupSettings&) const = default;
 };
 
 // A network interface that is captured.
@@ -33,6 +35,8 @@ struct CaptureSettings {
   bool promiscuous = false;
   std::string filter;                       // in the words of pcap-filter(7); empty: everything
   std::uint32_t buffer_bytes = 16U << 20U;  // the kernel's ring
+
+  bool operator==(const CaptureSettings&) const = default;
 };
 
 // A journal, and which events go there: the first journal that an event fits takes it.
@@ -42,6 +46,8 @@ struct JournalSettings {
   std::optional<long> window_seconds;  // of merging; none: as the journal has it, else the default
   std::vector<std::string> interfaces = {"*"};  // names with * and ?; one has to fit
   std::vector<std::uint16_t> log_groups;        // empty: any source; else only these
+
+  bool operator==(const JournalSettings&) const = default;
 };
 
 // What a log prefix means.
@@ -49,8 +55,10 @@ struct RuleSettings {
   std::string prefix;      // with * for any text and ? for any byte
   std::uint32_t code = 0;  // event code, 1 to 1999
   Verdict verdict = Verdict::kNone;
-  std::uint32_t flags = 0;  // further bits of m_Flags
+  std::uint32_t flags = 0;  // further bits of m_Flags, of those from kFirstUserFlag on
   std::string text;         // what people shall read beside a row of this rule
+
+  bool operator==(const RuleSettings&) const = default;
 };
 
 // Events that are kept out of the journals. Every condition given has to hold.
@@ -66,14 +74,20 @@ struct ExclusionSettings {
   struct Addresses {
     std::uint32_t first = 0;
     std::uint32_t last = 0xFFFFFFFF;
+
+    bool operator==(const Addresses&) const = default;
   };
   std::vector<Addresses> addresses;  // empty: any
   struct Ports {
     std::uint16_t first = 0;
     std::uint16_t last = 0xFFFF;
+
+    bool operator==(const Ports&) const = default;
   };
   std::vector<Ports> ports;             // of either end; empty: any
   std::vector<std::uint8_t> protocols;  // empty: any
+
+  bool operator==(const ExclusionSettings&) const = default;
 };
 
 // A network whose addresses belong to a node.
@@ -82,6 +96,8 @@ struct NodeSettings {
   std::uint8_t prefix_length = 0;
   std::uint32_t id = 0;  // for m_SrcId and m_DstId; not 0
   std::string name;
+
+  bool operator==(const NodeSettings&) const = default;
 };
 
 struct SocketSettings {
@@ -89,11 +105,15 @@ struct SocketSettings {
   mode_t mode = 0660;
   std::string group;                       // by name; empty: that of the process
   std::vector<std::string> allowed_users;  // checked by peer credentials; empty: whoever connects
+
+  bool operator==(const SocketSettings&) const = default;
 };
 
 struct MetricsSettings {
   std::string socket = "/run/packetdb/metrics";  // empty: none
   std::uint16_t loopback_port = 0;               // 0: none
+
+  bool operator==(const MetricsSettings&) const = default;
 };
 
 // What one client may cost.
@@ -108,16 +128,21 @@ struct LimitSettings {
   int query_seconds = 60;        // of work for one query
   int memory_mib = 1024;         // of one connection's process; 0: no limit
   int rows = 1000000;            // of an answer to anyone but root; 0: no limit
+
+  bool operator==(const LimitSettings&) const = default;
 };
 
 struct SyncSettings {
   std::chrono::milliseconds interval{1000};
   std::uint64_t bytes = std::uint64_t{64} << 20U;
+
+  bool operator==(const SyncSettings&) const = default;
 };
 
 struct Configuration {
   std::string directory = "/var/lib/packetdb";  // of the journals
-  std::string user;  // to become once everything privileged is open; empty: stay who we are
+  std::string user;    // to become once everything privileged is open; empty: stay who we are
+  bool intake = true;  // false: nothing is read, and there are no log groups and no captures
   SocketSettings socket;
   MetricsSettings metrics;
   LimitSettings limits;
@@ -132,11 +157,22 @@ struct Configuration {
   std::map<std::string, std::uint32_t> flag_names;   // one bit each; defaults included
   std::string nodes_file;                            // empty: none
   std::vector<NodeSettings> nodes;                   // as read from it
+
+  bool operator==(const Configuration&) const = default;
 };
 
 // More of them are refused.
 inline constexpr std::size_t kMostSources = 64;  // log groups and captures together
 inline constexpr std::size_t kMostJournals = 64;
 inline constexpr std::size_t kMostExclusions = 64;
+inline constexpr std::size_t kMostRules = 4096;
+inline constexpr std::size_t kMostNodes = 100000;
+
+// What is read when the configuration names no source.
+inline constexpr std::uint16_t kDefaultLogGroup = 5;
+
+// Bits of m_Flags that are left for names of the administrator's own.
+inline constexpr int kFirstUserFlag = 25;
+inline constexpr int kLastUserFlag = 31;
 
 }  // namespace packetdb::host

@@ -26,6 +26,8 @@ struct LogOptions {
   LogTarget target = LogTarget::kStderr;
   int level = kDefaultLogLevel;
   std::string program = "packetdb";  // names the process in the system log
+
+  bool operator==(const LogOptions&) const = default;
 };
 
 void ConfigureLog(const LogOptions& options);
