@@ -87,6 +87,7 @@ GroupWriter::GroupWriter(const GroupOptions& options)
   }
   // Again, now that the journal's lock is ours: another writer may have added interfaces meanwhile.
   catalogue_ = Catalogue::Load(CataloguePath(options.directory, options.group));
+  catalogue_.KeepOpen();
 }
 
 void GroupWriter::OpenJournal(const GroupOptions& options) {
