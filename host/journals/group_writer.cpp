@@ -8,9 +8,11 @@
 #include "host/journals/converted.h"
 #include "host/journals/error.h"
 #include "host/journals/names.h"
+#include "host/record_file/failed_change.h"
 #include "host/record_file/modes.h"
 #include "host/record_file/probe.h"
 #include "host/record_file/result.h"
+#include "host/record_file/settings.h"
 #include "packetdb/query.h"
 
 namespace packetdb::host {
@@ -57,6 +59,13 @@ Catalogue OpenCatalogue(const GroupOptions& options) {
 }
 
 }  // namespace
+
+void SetFlushing(std::chrono::milliseconds interval, std::uint64_t bytes) {
+  RecordFileSettings settings = GetRecordFileSettings();
+  settings.sync.interval = interval;
+  settings.sync.bytes = bytes;
+  SetRecordFileSettings(settings);
+}
 
 std::string Describe(const Resizing& resizing, const std::string& journal) {
   const auto text = [](std::uint64_t capacity) {
@@ -123,12 +132,25 @@ GroupWriter::~GroupWriter() { storage_->Done(); }
 
 void GroupWriter::Add(const CDrvErrorItemV4& event, const std::string& interface) {
   if (interface.empty() || interface != last_interface_) {
-    catalogue_.Add(interface);
+    last_hash_ = Know(interface);
     last_interface_ = interface;
-    last_hash_ = adapter_name_hash(interface);
   }
-  storage_->AddRecord(&event, last_hash_, interface);
+  AddKnown(event, last_hash_, interface);
 }
+
+std::size_t GroupWriter::Know(const std::string& interface) {
+  catalogue_.Add(interface);
+  return adapter_name_hash(interface);
+}
+
+int GroupWriter::AddKnown(const CDrvErrorItemV4& event, std::size_t hash,
+                          const std::string& interface) {
+  ForgetFailedChange();
+  storage_->AddRecord(&event, hash, interface);
+  return LastFailedChange();
+}
+
+std::string_view GroupWriter::Reason(int code) { return DescribeRecordFileResult(code); }
 
 std::uint32_t GroupWriter::NewestTime() const {
   const int count = storage_->RecordCount();
