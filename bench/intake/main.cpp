@@ -54,7 +54,12 @@ void SetUpGoogleBenchmark(const Options& options) {
 // The same events, decided already, straight to the library: sums into records that are there.
 void LibraryAlone(benchmark::State& state, const std::string& directory) {
   const Traffic traffic(kIdentities);
-  host::GroupWriter writer({.directory = directory, .group = "all", .window_seconds = 86400});
+  host::GroupOptions options;
+  options.directory = directory;
+  options.group = "all";
+  options.window_seconds = 86400;
+  host::GroupWriter writer(options);
+  const int before = writer.RecordCount();
   std::vector<std::size_t> hashes;
   for (const host::LiveEvent& event : traffic.events) {
     hashes.push_back(writer.Know(event.event.interface));
@@ -65,7 +70,7 @@ void LibraryAlone(benchmark::State& state, const std::string& directory) {
     benchmark::DoNotOptimize(writer.AddKnown(event.item, hashes[next], event.interface));
     next = next + 1 == traffic.events.size() ? 0 : next + 1;
   }
-  if (writer.RecordCount() != kIdentities) state.SkipWithError("the events did not merge");
+  if (writer.RecordCount() - before > kIdentities) state.SkipWithError("the events did not merge");
 }
 
 void Intake(benchmark::State& state, const std::string& directory) {
@@ -85,8 +90,9 @@ void Intake(benchmark::State& state, const std::string& directory) {
 void NodeOfAnAddress(benchmark::State& state) {
   const host::NodeTable table(ConfigurationOf("").nodes);
   std::mt19937 random(1);
+  std::uniform_int_distribution<std::uint32_t> draw(0, (100'000U << 8U) - 1);
   std::vector<std::uint32_t> addresses(4096);
-  for (std::uint32_t& address : addresses) address = 0x0A000000U + random() % (100'000U << 8U);
+  for (std::uint32_t& address : addresses) address = 0x0A000000U + draw(random);
   std::size_t next = 0;
   for (auto unused : state) {
     benchmark::DoNotOptimize(table.Find(addresses[next]));

@@ -30,7 +30,10 @@ host::ExclusionSettings Excluding(std::string name, std::uint16_t port) {
 std::vector<host::NodeSettings> Nodes() {
   std::vector<host::NodeSettings> nodes;
   for (std::uint32_t i = 0; i < kNetworks; ++i) {
-    nodes.push_back({.network = (0x0A0000U + i) << 8U, .prefix_length = 24, .id = i + 1});
+    host::NodeSettings& node = nodes.emplace_back();
+    node.network = (0x0A0000U + i) << 8U;
+    node.prefix_length = 24;
+    node.id = i + 1;
   }
   return nodes;
 }
@@ -52,7 +55,7 @@ Traffic::Traffic(int identities) {
     CDrvErrorItemV4& item = event.event.item;
     item.m_SrcIp = 0x0A000000U + static_cast<std::uint32_t>(i) * 2654435761U % (kNetworks << 8U);
     item.m_DstIp = 0x0A000001;
-    item.m_SrcPort = static_cast<std::uint16_t>(i);
+    item.m_SrcPort = static_cast<std::uint16_t>(10'000 + i);
     item.m_DstPort = 443;
     item.m_Protocol = 6;
     item.m_Count = 1;

@@ -10,6 +10,7 @@
 
 #include "host/intake/exclusions.h"
 #include "host/intake/journal_slot.h"
+#include "host/intake/node_memo.h"
 #include "host/intake/node_table.h"
 #include "host/intake/page_rows.h"
 #include "host/intake/prefix_table.h"
@@ -58,7 +59,7 @@ struct Intake::Parts {
   Exclusions exclusions;
   std::vector<ExclusionStatus*> exclusion_rows;
   PrefixTable prefixes;
-  NodeTable nodes;
+  NodeMemo nodes;
   RouteTable routes;
   std::deque<SourceRow> sources;
   SourceStatus no_source;  // of events before the first Begin
@@ -72,7 +73,7 @@ Intake::Parts::Parts(const Configuration& configuration, StatusPage& status_page
       rules(configuration.rules),
       exclusions(configuration.exclusions),
       prefixes(rules, exclusions),
-      nodes(configuration.nodes),
+      nodes(NodeTable(configuration.nodes)),
       routes(configuration.journals) {
   // From here on the C library knows the time zone, and opens no file for it at the first log line.
   tzset();
@@ -119,7 +120,7 @@ void Intake::Parts::Journal(const LiveEvent& event, PrefixDecision& decision, Ro
     numbers->Number(decision, event.prefix, now);
   }
   CDrvErrorItemV4 item = event.event.item;
-  item.m_ErrorCode = decision.meaning.code;
+  item.m_ErrorCode = decision.code;
   item.m_Flags |= decision.flags;
   item.m_SrcId = nodes.Find(item.m_SrcIp);
   item.m_DstId = nodes.Find(item.m_DstIp);

@@ -1,6 +1,7 @@
 // Which node an address belongs to: that of the smallest network around it.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -20,18 +21,16 @@ class NodeTable {
   // The node of an IPv4 address in host byte order; 0 for none.
   std::uint32_t Find(std::uint32_t address) const {
     const std::uint32_t half = address >> kHalf;
-    std::uint32_t low = first_[half];
-    std::uint32_t high = first_[half + 1];
-    // The range that begins last at or before the address; the one at `low` does.
-    while (high - low > 0) {
-      const std::uint32_t middle = high - (high - low) / 2;
-      if (starts_[middle] <= address) {
-        low = middle;
-      } else {
-        high = middle - 1;
-      }
+    // The range that begins last at or before the address: that at `first` does. Without a branch
+    // on what is found, which no processor could foresee.
+    const std::uint32_t* first = starts_.data() + first_[half];
+    std::uint32_t count = first_[half + 1] - first_[half] + 1;
+    while (count > 1) {
+      const std::uint32_t step = count / 2;
+      first = first[step] <= address ? first + step : first;
+      count -= step;
     }
-    return ids_[low];
+    return ids_[static_cast<std::size_t>(first - starts_.data())];
   }
 
  private:

@@ -30,6 +30,7 @@ PrefixDecision& PrefixTable::Add(std::string_view prefix) {
 PrefixDecision PrefixTable::Decide(std::string_view prefix) const {
   PrefixMeaning found = rules_.MeaningOf(prefix);
   PrefixDecision decision;
+  decision.code = found.meaning.code;
   decision.flags = VerdictFlag(found.meaning.verdict) | found.meaning.flags;
   decision.exclusions = exclusions_.WithPrefix(prefix);
   decision.is_malformed = found.is_malformed;

@@ -11,13 +11,15 @@
 
 namespace packetdb::host {
 
+// What every event needs stands in front, so that it shares a cache line with the prefix.
 struct PrefixDecision {
-  RuleMeaning meaning;
+  std::uint32_t code = 0;  // for m_ErrorCode
   std::uint32_t flags =
       0;  // for m_Flags: the verdict's, the rule's and, once it has one, its number
   Exclusions::Set exclusions = 0;  // those that the prefix leaves possible
   bool is_malformed = false;
   bool is_numbered = false;  // the dictionary has been asked; prefixes without a rule need not
+  RuleMeaning meaning;
 };
 
 // Keeps the decisions. When too many prefixes were seen, everything is decided anew. One that is

@@ -1,10 +1,10 @@
 #include "host/intake/route_table.h"
 
 #include <algorithm>
-#include <functional>
 #include <utility>
 
 #include "host/intake/glob.h"
+#include "host/intake/string_keys.h"
 #include "host/journals/names.h"
 
 namespace packetdb::host {
@@ -37,7 +37,7 @@ RouteTable::RouteTable(std::vector<JournalSettings> journals) : journals_(std::m
 
 std::size_t RouteTable::Hash::operator()(View key) const {
   constexpr std::size_t kOdd = 0x9E3779B97F4A7C15;
-  return std::hash<std::string_view>()(key.interface) + key.log_group * kOdd;
+  return HashOf(key.interface) + key.log_group * kOdd;
 }
 
 Route& RouteTable::Find(std::string_view interface, std::uint16_t log_group) {

@@ -16,9 +16,9 @@ struct Route {
   static constexpr int kNoJournal = -1;
 
   int journal = kNoJournal;   // place in the configuration
-  std::string interface;      // as it is journaled
   bool is_known = false;      // the journal's catalogue has the interface
   std::size_t name_hash = 0;  // of the interface, once it is known
+  std::string interface;      // as it is journaled
 };
 
 // The name under which events of an interface are journaled: the name itself where a catalogue can

@@ -4,6 +4,8 @@
 #include <map>
 #include <random>
 
+#include "host/intake/node_memo.h"
+
 namespace packetdb::host::test {
 namespace {
 
@@ -121,6 +123,20 @@ TEST_P(ARandomNodeTable, AnswersAsALookAtEveryLengthDoes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Twenty, ARandomNodeTable, testing::Range(0, 20));
+
+TEST(AMemoOfNodes, AnswersAsItsTableDoes) {
+  const std::vector<NodeSettings> nodes = {Network(0, 0, 7), Network(0x0A000000, 8, 1),
+                                           Network(0x0A010000, 16, 2)};
+  const NodeTable table(nodes);
+  NodeMemo memo{NodeTable(nodes)};
+  for (int round = 0; round < 2; ++round) {
+    for (std::uint32_t i = 0; i < 3 * NodeMemo::kEntries; ++i) {
+      const std::uint32_t address = 0x0A00FF00U + 7 * i;
+      ASSERT_EQ(memo.Find(address), table.Find(address)) << std::hex << address;
+    }
+    EXPECT_EQ(memo.Find(0), 7U);
+  }
+}
 
 TEST(ANodeTable, HoldsAHundredThousandNetworks) {
   std::vector<NodeSettings> nodes;
