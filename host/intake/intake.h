@@ -12,7 +12,8 @@ namespace packetdb::host {
 class Intake final : public EventSink {
  public:
   // Opens the journals for writing, creating what is missing, and the rule dictionary beside them.
-  // From then on no file is opened any more. Throws JournalError. Both outlive the intake.
+  // From then on no file is opened any more. Throws JournalError. The page outlives the intake; its
+  // rows of the same names go on counting.
   Intake(const Configuration& configuration, StatusPage& page);
   ~Intake();  // closes the journals, which flushes them
   Intake(const Intake&) = delete;
@@ -20,6 +21,8 @@ class Intake final : public EventSink {
 
   // Events of this source follow; its row in the page counts them.
   void Begin(const LiveSource& source);
+  // Never throws for want of a disk or of room: what cannot be journaled is counted as failed, and
+  // told once a minute.
   void Take(const LiveEvent& event) override;
   // Publishes what the source counted itself. To be called after each batch.
   void End(const LiveSource& source);

@@ -46,6 +46,12 @@ Catalogue Catalogue::LoadOrCreate(const std::string& path, long window) {
   return Load(path);
 }
 
+void Catalogue::KeepOpen() {
+  if (!file_.IsOpen()) {
+    file_ = GrowingFile(path_);
+  }
+}
+
 void Catalogue::Add(const std::string& interface) {
   if (interfaces_.count(interface) != 0) {
     return;
@@ -60,7 +66,8 @@ void Catalogue::Add(const std::string& interface) {
                     "names",
                     path_, interface, kLargestFile));
   }
-  WriteTail(path_, whole_bytes_, line);
+  KeepOpen();
+  file_.WriteTail(whole_bytes_, line);
   whole_bytes_ += line.size();
   interfaces_.insert(interface);
 }

@@ -14,6 +14,8 @@
 #include <set>
 #include <string>
 
+#include "host/journals/growing_file.h"
+
 namespace packetdb::host {
 
 class Catalogue {
@@ -24,6 +26,10 @@ class Catalogue {
   // Loads the catalogue at `path`, after creating it with `window` when it is missing. Only the
   // holder of the journal's lock may add interfaces to what it then loads.
   static Catalogue LoadOrCreate(const std::string& path, long window);
+
+  // Opens the file for adding and keeps it open, so that Add opens nothing any more. Throws
+  // JournalError.
+  void KeepOpen();
 
   // Adds an interface and waits until it is on disk; one that is known already costs nothing.
   // Throws JournalError, also when the file would become larger than Load reads: an interface too
@@ -42,6 +48,7 @@ class Catalogue {
   long window_ = 0;
   std::set<std::string> interfaces_;
   std::size_t whole_bytes_ = 0;  // up to the end of the last whole line
+  GrowingFile file_;             // closed until it is kept open
 };
 
 }  // namespace packetdb::host

@@ -16,9 +16,6 @@ bool ReadSmallFile(const std::string& path, std::size_t limit, std::string* text
 // even since a moment ago, stays as it is.
 void CreateSmallFile(const std::string& path, std::string_view text);
 
-// Writes `text` at `offset` and cuts off what was behind; on disk before this returns.
-void WriteTail(const std::string& path, std::size_t offset, std::string_view text);
-
 // Waits until what the file at `path` holds is on disk, whoever wrote it.
 void SyncFile(const std::string& path);
 

@@ -8,9 +8,11 @@
 #include "host/journals/converted.h"
 #include "host/journals/error.h"
 #include "host/journals/names.h"
+#include "host/record_file/failed_change.h"
 #include "host/record_file/modes.h"
 #include "host/record_file/probe.h"
 #include "host/record_file/result.h"
+#include "host/record_file/settings.h"
 #include "packetdb/query.h"
 
 namespace packetdb::host {
@@ -58,6 +60,13 @@ Catalogue OpenCatalogue(const GroupOptions& options) {
 
 }  // namespace
 
+void SetFlushing(std::chrono::milliseconds interval, std::uint64_t bytes) {
+  RecordFileSettings settings = GetRecordFileSettings();
+  settings.sync.interval = interval;
+  settings.sync.bytes = bytes;
+  SetRecordFileSettings(settings);
+}
+
 std::string Describe(const Resizing& resizing, const std::string& journal) {
   const auto text = [](std::uint64_t capacity) {
     return capacity == 0 ? std::string("any number of") : std::to_string(capacity);
@@ -87,6 +96,7 @@ GroupWriter::GroupWriter(const GroupOptions& options)
   }
   // Again, now that the journal's lock is ours: another writer may have added interfaces meanwhile.
   catalogue_ = Catalogue::Load(CataloguePath(options.directory, options.group));
+  catalogue_.KeepOpen();
 }
 
 void GroupWriter::OpenJournal(const GroupOptions& options) {
@@ -122,12 +132,25 @@ GroupWriter::~GroupWriter() { storage_->Done(); }
 
 void GroupWriter::Add(const CDrvErrorItemV4& event, const std::string& interface) {
   if (interface.empty() || interface != last_interface_) {
-    catalogue_.Add(interface);
+    last_hash_ = Know(interface);
     last_interface_ = interface;
-    last_hash_ = adapter_name_hash(interface);
   }
-  storage_->AddRecord(&event, last_hash_, interface);
+  AddKnown(event, last_hash_, interface);
 }
+
+std::size_t GroupWriter::Know(const std::string& interface) {
+  catalogue_.Add(interface);
+  return adapter_name_hash(interface);
+}
+
+int GroupWriter::AddKnown(const CDrvErrorItemV4& event, std::size_t hash,
+                          const std::string& interface) {
+  ForgetFailedChange();
+  storage_->AddRecord(&event, hash, interface);
+  return LastFailedChange();
+}
+
+std::string_view GroupWriter::Reason(int code) { return DescribeRecordFileResult(code); }
 
 // A record that is found damaged when it is read is left out when records are counted again, with
 // all others that are.

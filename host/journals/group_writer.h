@@ -2,9 +2,11 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "host/journals/catalogue.h"
 #include "host/journals/conversion.h"
@@ -32,6 +34,10 @@ struct Resizing {
   std::uint64_t now = 0;  // as before when there was no room for the new file beside the old
 };
 
+// How often the journals that this process opens from then on are flushed to the disk: after an
+// interval or so many bytes of records, whichever comes first.
+void SetFlushing(std::chrono::milliseconds interval, std::uint64_t bytes);
+
 // One line without a full stop.
 std::string Describe(const Resizing& resizing, const std::string& journal);
 
@@ -48,6 +54,14 @@ class GroupWriter {
   // Journals one event that was seen on `interface`. The caller sees to it that times never
   // decrease: queries bisect the journal by them.
   void Add(const CDrvErrorItemV4& event, const std::string& interface);
+
+  // The same in two steps, for who journals many events of many interfaces: Know puts the interface
+  // on disk and gives the hash that AddKnown needs; it opens no file. Know throws JournalError.
+  // AddKnown returns 0, or a negative code when the record file refused the event, for which Reason
+  // has a sentence without a full stop.
+  std::size_t Know(const std::string& interface);
+  int AddKnown(const CDrvErrorItemV4& event, std::size_t hash, const std::string& interface);
+  static std::string_view Reason(int code);
 
   // The first-seen time of the newest record that is not damaged, seconds since 1980; 0 for a
   // journal without one. Throws JournalError when it cannot be read.

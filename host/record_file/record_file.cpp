@@ -4,6 +4,7 @@
 #include <new>
 #include <optional>
 
+#include "host/record_file/failed_change.h"
 #include "host/record_file/open_file.h"
 #include "host/record_file/request.h"
 #include "host/record_file/result.h"
@@ -37,8 +38,9 @@ int CDbFile::Init(const std::string& path, const char* magic, unsigned long reco
 }
 
 int CDbFile::AppendRecord(const void* record) {
-  if (!m_Impl->file) return host::kNotOpen;
-  return record == nullptr ? host::kNoBuffer : m_Impl->file->Append(record);
+  if (!m_Impl->file) return host::NoteFailedChange(host::kNotOpen);
+  if (record == nullptr) return host::NoteFailedChange(host::kNoBuffer);
+  return host::NoteFailedChange(m_Impl->file->Append(record));
 }
 
 int CDbFile::ReadRecord(int index, void* record) {
@@ -52,8 +54,9 @@ int CDbFile::ReadRecords(int first, void* records, int count) {
 }
 
 int CDbFile::WriteRecord(int index, const void* record) {
-  if (!m_Impl->file) return host::kNotOpen;
-  return record == nullptr ? host::kNoBuffer : m_Impl->file->Overwrite(index, record);
+  if (!m_Impl->file) return host::NoteFailedChange(host::kNotOpen);
+  if (record == nullptr) return host::NoteFailedChange(host::kNoBuffer);
+  return host::NoteFailedChange(m_Impl->file->Overwrite(index, record));
 }
 
 void CDbFile::Done() { m_Impl->file.reset(); }

@@ -77,6 +77,8 @@ bool IsOfThisBoot(const StatePage& state) {
   return ThisBoot() != BootId{} && state.boot_id == ThisBoot();
 }
 
+void KnowThisBoot() { ThisBoot(); }
+
 RecordFileResult StoreFacts(const StatePage& state, Medium& medium) {
   constexpr std::uint64_t kBegin = offsetof(StatePage, state);
   constexpr std::uint64_t kEnd = offsetof(StatePage, reserved_sector);

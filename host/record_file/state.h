@@ -22,6 +22,10 @@ void MarkOpened(FileState state, StatePage* page);
 // Whether the page was written in this boot of the machine; false also when that cannot be known.
 bool IsOfThisBoot(const StatePage& state);
 
+// Asks the kernel which boot this is, once and for all: who changes a file later may not be able to
+// open anything by then.
+void KnowThisBoot();
+
 // Stores everything of the page that is not of the two words of the commit and of the overwrites,
 // nor of the redo sector: what changes when a file is opened, fails or is closed.
 RecordFileResult StoreFacts(const StatePage& state, Medium& medium);

@@ -42,6 +42,7 @@ Writer::Writer(const std::string& path, const Descriptor& file, Medium& medium, 
 
 RecordFileResult Writer::Start(Way way, const SyncPolicy& policy, const Recovered& recovered) {
   policy_ = policy;
+  KnowThisBoot();
   changes_until_nudge_ = ChangesIn(policy.bytes, geometry_);
   syncer_->PrefaultFor(geometry_);
   RecordFileResult result = syncer_->Attach(file_, way, path_);

@@ -19,6 +19,13 @@ enum EventFlag : std::uint32_t {
   kFlagLaterFragment = 0x100,  // a fragment that does not start its packet: it carries no ports
 };
 
+// Bits 9 to 22 of m_Flags hold the number of the rule that logged the event, 1 to kHighestRule, so
+// that events of two rules never share a record; 0: no rule, or one without a number.
+inline constexpr std::uint32_t kRuleShift = 9;
+inline constexpr std::uint32_t kHighestRule = 16383;
+inline constexpr std::uint32_t kRuleMask = kHighestRule << kRuleShift;
+static_assert(kRuleMask == 0x7FFE00);
+
 // Values of m_ErrorCode that our host gives where the rule names none.
 enum EventCode : std::uint32_t {
   kCodeDropped = 1,

@@ -29,7 +29,7 @@ PICTURE = {
     "host/status": [PUBLIC, "platform", "host/log", "host/bus", "host/sources", "host/config",
                     "host/journals", "host/record_file"],
     "host/intake": [PUBLIC, "platform", "host/log", "host/sources", "host/config",
-                    "host/journals", "host/status"],
+                    "host/journals", "host/record_file/crc32c.h", "host/status"],
     "host/daemon": [PUBLIC, "platform", "host"],
     "host/cli": [PUBLIC, "platform", "host"],
 }

@@ -91,6 +91,16 @@ TEST_F(CatalogueFile, DoesNotKnowAnInterfaceThatCouldNotBeWritten) {
   EXPECT_THAT(catalogue.interfaces(), IsEmpty());
 }
 
+// Whoever adds may not be able to open the file any more by then.
+TEST_F(CatalogueFile, GrowsThroughTheDescriptorThatIsKeptOpen) {
+  Catalogue catalogue = Catalogue::LoadOrCreate(path_, 60);
+  catalogue.KeepOpen();
+  const std::string elsewhere = directory_.Path("elsewhere");
+  std::filesystem::rename(path_, elsewhere);
+  catalogue.Add("lan0");
+  EXPECT_EQ(ReadText(elsewhere), "packetdb-group 1\nwindow 60\ninterface lan0\n");
+}
+
 TEST_F(CatalogueFile, IsReadUpToAHalfWrittenLastLine) {
   WriteText(path_, "packetdb-group 1\nwindow 60\ninterface lan0\ninterface w");
   EXPECT_THAT(Catalogue::Load(path_).interfaces(), ElementsAre("lan0"));

@@ -147,37 +147,5 @@ TEST_F(SmallFile, ThatCannotBeWrittenIsNotThereAtAll) {
   EXPECT_THAT(NamesIn(directory_.Path()), IsEmpty());
 }
 
-TEST_F(SmallFile, GrowsByATail) {
-  WriteText(path_, "one\n");
-  WriteTail(path_, 4, "two\n");
-  EXPECT_EQ(ReadText(path_), "one\ntwo\n");
-}
-
-TEST_F(SmallFile, LosesWhatWasBehindTheTail) {
-  WriteText(path_, "one\nhalf-written");
-  WriteTail(path_, 4, "two\n");
-  EXPECT_EQ(ReadText(path_), "one\ntwo\n");
-}
-
-TEST_F(SmallFile, ThatIsMissingGetsNoTail) {
-  EXPECT_EQ(WhatOf<JournalError>([&] { WriteTail(path_, 0, "x"); }),
-            "cannot open " + path_ + ": No such file or directory");
-  EXPECT_THAT(NamesIn(directory_.Path()), IsEmpty());
-}
-
-TEST_F(SmallFile, GetsNoTailThroughASymbolicLink) {
-  WriteText(directory_.Path("target"), "text");
-  std::filesystem::create_symlink("target", path_);
-  EXPECT_EQ(WhatOf<JournalError>([&] { WriteTail(path_, 0, "x"); }),
-            "cannot open " + path_ + ": Too many levels of symbolic links");
-  EXPECT_EQ(ReadText(directory_.Path("target")), "text");
-}
-
-TEST_F(SmallFile, ThatIsAFifoGetsNoTailAndDoesNotBlock) {
-  ASSERT_EQ(mkfifo(path_.c_str(), 0600), 0);
-  EXPECT_EQ(WhatOf<JournalError>([&] { WriteTail(path_, 0, "x"); }),
-            "cannot open " + path_ + ": No such device or address");
-}
-
 }  // namespace
 }  // namespace packetdb::host::test

@@ -7,6 +7,8 @@
 #include "host/journals/error.h"
 #include "host/journals/names.h"
 #include "host/record_file/layout.h"
+#include "host/record_file/result.h"
+#include "host/record_file/settings.h"
 #include "packetdb/journal_format.h"
 #include "packetdb/query.h"
 #include "tests/host/journals/support.h"
@@ -112,6 +114,35 @@ TEST_F(GroupWriting, JournalsNoEventWithoutAnInterface) {
   EXPECT_EQ(WhatOf<JournalError>([&] { writer_->Add(EventFrom(7, 100), ""); }),
             "'' cannot be the name of an interface");
   EXPECT_EQ(writer_->RecordCount(), 0);
+}
+
+TEST_F(GroupWriting, TakesEventsOfAnInterfaceThatItHasBeenToldOf) {
+  Open();
+  const std::size_t hash = writer_->Know("lan0");
+  EXPECT_EQ(hash, adapter_name_hash("lan0"));
+  EXPECT_EQ(ReadText(catalogue_), "packetdb-group 1\nwindow 86400\ninterface lan0\n");
+  EXPECT_EQ(writer_->AddKnown(EventFrom(7, JournalNow()), hash, "lan0"), 0);
+  EXPECT_EQ(writer_->RecordCount(), 1);
+}
+
+TEST_F(GroupWriting, TellsWhyTheFileRefusedAnEvent) {
+  Open();
+  const std::size_t hash = writer_->Know("lan0");
+  writer_->AddKnown(EventFrom(7, JournalNow()), hash, "lan0");
+  std::filesystem::resize_file(writer_->path(), 0);
+  const int code = writer_->AddKnown(EventFrom(8, JournalNow()), hash, "lan0");
+  EXPECT_EQ(code, kFileLost);
+  EXPECT_EQ(GroupWriter::Reason(code), DescribeRecordFileResult(kFileLost));
+}
+
+TEST(FlushingOfJournals, IsAsItWasSet) {
+  const RecordFileSettings before = GetRecordFileSettings();
+  SetFlushing(std::chrono::milliseconds(5), 4096);
+  const RecordFileSettings now = GetRecordFileSettings();
+  SetRecordFileSettings(before);
+  EXPECT_EQ(now.sync.interval, std::chrono::milliseconds(5));
+  EXPECT_EQ(now.sync.bytes, 4096U);
+  EXPECT_EQ(now.sync.mode, before.sync.mode);
 }
 
 TEST_F(GroupWriting, KnowsTheFirstSeenTimeOfTheNewestRecord) {

@@ -1,0 +1,29 @@
+#include "host/intake/limited_log.h"
+
+#include <fmt/format.h>
+
+#include "host/log/log.h"
+
+namespace packetdb::host {
+
+namespace {
+
+constexpr std::int64_t kSeconds = 60;
+constexpr int kFailure = 1;
+
+}  // namespace
+
+void LimitedLog::Tell(std::int64_t now, std::string_view subject, std::string_view what,
+                      std::string_view reason) {
+  ++untold_;
+  if (has_told_ && now >= told_at_ && now - told_at_ < kSeconds) {
+    return;
+  }
+  WriteLog(kFailure, fmt::format("{}: {} event{} {}: {}", subject, untold_, untold_ == 1 ? "" : "s",
+                                 what, reason));
+  untold_ = 0;
+  has_told_ = true;
+  told_at_ = now;
+}
+
+}  // namespace packetdb::host

@@ -1,0 +1,72 @@
+#include "host/intake/source_row.h"
+
+#include <fmt/format.h>
+
+#include "host/intake/page_rows.h"
+#include "host/log/log.h"
+
+namespace packetdb::host {
+
+namespace {
+
+constexpr int kFailure = 1;
+
+static_assert(kSkipReasons <= kMostReasons && kRemarks <= kMostReasons);
+
+SourceStatus* RowFor(StatusPage& page, const std::string& name) {
+  SourceStatus* row = FindRow(page.sources, name);
+  if (row == nullptr) {
+    row = FreeRow(page.sources);
+    if (row != nullptr) {
+      NameRow(*row, name);
+    }
+  }
+  return row;
+}
+
+}  // namespace
+
+SourceRow::SourceRow(StatusPage& page, const std::string& name)
+    : name_(name), row_(RowFor(page, name)) {
+  if (row_ == nullptr) {
+    WriteLog(
+        kFailure,
+        fmt::format("{}: the status page has no room for it until the daemon is restarted", name));
+  }
+}
+
+void SourceRow::Publish(const LiveSource& source) {
+  PublishPackets(source.packets());
+  PublishLosses(source.counters());
+}
+
+void SourceRow::PublishPackets(const CaptureCounters& now) {
+  SourceStatus& row = status();
+  row.received.Add(now.packets() - packets_.packets());
+  for (std::size_t i = 0; i < kSkipReasons; ++i) {
+    const auto reason = static_cast<SkipReason>(i);
+    row.skipped[i].Add(now.skipped(reason) - packets_.skipped(reason));
+  }
+  for (std::size_t i = 0; i < kRemarks; ++i) {
+    const auto remark = static_cast<Remark>(i);
+    row.remarks[i].Add(now.noted(remark) - packets_.noted(remark));
+  }
+  packets_ = now;
+}
+
+void SourceRow::PublishLosses(const LiveCounters& now) {
+  SourceStatus& row = status();
+  row.lost_overrun.Add(now.lost_overrun - losses_.lost_overrun);
+  row.lost_before_read.Add(now.lost_before_read - losses_.lost_before_read);
+  row.overruns.Add(now.overruns - losses_.overruns);
+  row.foreign.Add(now.foreign - losses_.foreign);
+  row.malformed.Add(now.malformed - losses_.malformed);
+  row.batches.Add(now.batches - losses_.batches);
+  row.buffer_bytes.Set(now.buffer_bytes);
+  if (now.next_sequence != 0) {
+    row.last_sequence.Set(now.next_sequence);
+  }
+  losses_ = now;
+}
+
+}  // namespace packetdb::host
