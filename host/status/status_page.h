@@ -72,6 +72,14 @@ struct ExclusionStatus {
   Counter bytes;
 };
 
+// Written by intake.
+struct RuleStatus {
+  Counter known;       // prefixes in the rule dictionary
+  Counter unnumbered;  // events journaled without their rule's number: the dictionary had no room,
+                       // or could not be written
+  Counter forgotten;   // times that too many prefixes or interfaces were seen to be remembered
+};
+
 // Written by the query process (its server, not the processes of connections).
 struct QueryStatus {
   Counter connections;    // taken
@@ -98,6 +106,7 @@ struct StatusPage {
   std::array<SourceStatus, kMostSources> sources;
   std::array<JournalStatus, kMostJournals> journals;
   std::array<ExclusionStatus, kMostExclusions> exclusions;
+  RuleStatus rules;
 };
 
 }  // namespace packetdb::host
