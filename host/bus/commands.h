@@ -8,4 +8,10 @@ namespace packetdb::host {
 inline constexpr int kCommandExplain = 200;
 inline constexpr unsigned int kColumnReason = 1;
 
+// How the daemon is doing, and which names a query may carry. Answered 0 and a table of one column
+// whose rows are objects of JSON in UTF-8, shorter ones with NULs behind.
+inline constexpr int kCommandStatus = 201;
+inline constexpr int kCommandJournals = 202;
+inline constexpr unsigned int kColumnText = 1;
+
 }  // namespace packetdb::host

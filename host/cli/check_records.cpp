@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <fmt/format.h>
 
-#include "host/cli/journal_record.h"
+#include "host/journals/journal_record.h"
 #include "packetdb/storage.h"
 
 namespace packetdb::host {

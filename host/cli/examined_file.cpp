@@ -48,13 +48,6 @@ ExitCode BeginToExamine(const std::string& path, Snapshot& snapshot, JournalForm
   return *format == JournalFormat::kOther ? NoJournal(path, snapshot.facts()) : kExitOk;
 }
 
-JournalFormat FormatOf(const FileFacts& facts) {
-  RecordFileInfo info;
-  info.record_size = facts.format.record_size;
-  info.magic = facts.format.magic;
-  return FormatOf(info);
-}
-
 ExitCode NoJournal(const std::string& path, const FileFacts& facts) {
   Complain(
       fmt::format("{}: it is a record file, but no journal: its magic is '{}' and its "

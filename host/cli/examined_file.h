@@ -23,9 +23,6 @@ bool IsBeside(const std::string& path, std::string_view suffix);
 // some release wrote. Anything but kExitOk comes with a complaint.
 ExitCode BeginToExamine(const std::string& path, Snapshot& snapshot, JournalFormat* format);
 
-// The format of an inspected record file.
-JournalFormat FormatOf(const FileFacts& facts);
-
 // Complains that the record file at `path` is no journal of ours, and returns the status that says
 // so.
 ExitCode NoJournal(const std::string& path, const FileFacts& facts);

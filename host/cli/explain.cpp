@@ -1,32 +1,14 @@
 #include "host/cli/explain.h"
 
-#include "host/bus/columns.h"
 #include "host/bus/commands.h"
 #include "host/bus/message.h"
-#include "host/bus/table_header.h"
+#include "host/cli/asking.h"
 
 namespace packetdb::host {
 
-namespace {
-
-bool WriteRequest(Message& message) {
-  constexpr unsigned int kColumnCommand = 0;
-  const int command = kCommandExplain;
-  message.SetKind(kKindRequest);
-  message.AddColumn(kIntegerBit | kColumnCommand, sizeof command);
-  message.SetRecordCount(1);
-  if (message.WriteHeader() < 0) {
-    return false;
-  }
-  message.SetValue(kColumnCommand, &command);
-  return message.WriteRecord() >= 0;
-}
-
-}  // namespace
-
 std::string ExplainLastQuery(Connection& connection) {
   Message message(connection);
-  if (!WriteRequest(message) || udbGetCommandAnswer(&message) != 0) {
+  if (!WriteCommand(message, kCommandExplain) || udbGetCommandAnswer(&message) != 0) {
     return {};
   }
   message.BeginRead();

@@ -7,6 +7,7 @@
 #include "host/cli/info_state.h"
 #include "host/cli/json_text.h"
 #include "host/cli/times.h"
+#include "host/journals/file_life.h"
 #include "host/log/escape.h"
 #include "packetdb/storage.h"
 
@@ -181,22 +182,6 @@ void AddBound(OrderedJson& object, const InfoReport& info) {
 }
 
 }  // namespace
-
-std::string DurationText(std::uint64_t seconds) {
-  constexpr std::uint64_t kMinute = 60;
-  constexpr std::uint64_t kHour = 60 * kMinute;
-  constexpr std::uint64_t kDay = 24 * kHour;
-  if (seconds >= kDay) {
-    return fmt::format("{} d {} h", seconds / kDay, seconds % kDay / kHour);
-  }
-  if (seconds >= kHour) {
-    return fmt::format("{} h {} min", seconds / kHour, seconds % kHour / kMinute);
-  }
-  if (seconds >= kMinute) {
-    return fmt::format("{} min {} s", seconds / kMinute, seconds % kMinute);
-  }
-  return fmt::format("{} s", seconds);
-}
 
 void PrintInfoText(const InfoReport& info, std::FILE* out) {
   Line(out, "file", EscapeForLog(info.path));

@@ -1,7 +1,6 @@
 // What `packetdb info` tells.
 #pragma once
 
-#include <cstdint>
 #include <cstdio>
 #include <string>
 
@@ -24,8 +23,5 @@ struct InfoReport {
 void PrintInfoText(const InfoReport& info, std::FILE* out);
 // One object; docs/guide.md has its keys.
 void PrintInfoJson(const InfoReport& info, std::FILE* out);
-
-// "2 d 3 h", "5 min 20 s": the two largest units that say something, rounded down.
-std::string DurationText(std::uint64_t seconds);
 
 }  // namespace packetdb::host

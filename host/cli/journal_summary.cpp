@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "host/cli/journal_record.h"
+#include "host/journals/journal_record.h"
 
 namespace packetdb::host {
 
@@ -23,25 +23,12 @@ class Summariser {
     return kRecordFileOk;
   }
 
-  // First-seen times never decrease along a journal, so the newest tenth is bisected for.
-  RecordFileResult FindRecentRate(JournalSummary* summary) {
-    if (summary->read == 0 || newest_first_ <= summary->oldest) {
+  RecordFileResult FindRate(JournalSummary* summary) {
+    if (summary->read == 0) {
       return kRecordFileOk;
     }
-    constexpr std::uint32_t kShare = 10;
-    const std::uint32_t seconds = std::max(1U, (newest_first_ - summary->oldest) / kShare);
-    std::uint64_t before = snapshot_.oldest();  // records before it are older than the tenth
-    std::uint64_t after = newest_;              // it and those behind it are of the tenth
-    while (before < after) {
-      const std::uint64_t middle = before + (after - before) / 2;
-      SnapshotRecord record;
-      if (const RecordFileResult result = snapshot_.Read(middle, &record); result < 0) {
-        return result;
-      }
-      IsRecent(record, seconds) ? after = middle : before = middle + 1;
-    }
-    summary->recent = RecentRate{newest_ - after + 1, seconds};
-    return kRecordFileOk;
+    const RateSpan span = {summary->oldest, newest_first_, newest_};
+    return FindRecentRate(snapshot_, format_, span, &summary->recent);
   }
 
  private:
@@ -62,12 +49,6 @@ class Summariser {
     newest_ = stored.sequence;
   }
 
-  // A record that is gone was among the oldest.
-  bool IsRecent(const SnapshotRecord& stored, std::uint32_t seconds) const {
-    return stored.fate == RecordFate::kWhole &&
-           DecodeRecord(format_, stored.bytes).m_FirstTime > newest_first_ - seconds;
-  }
-
   Snapshot& snapshot_;
   const JournalFormat format_;
   std::uint64_t newest_ = 0;        // sequence number of the newest record that was read
@@ -81,7 +62,7 @@ RecordFileResult Summarise(Snapshot& snapshot, JournalFormat format, JournalSumm
   JournalSummary fresh;
   RecordFileResult result = summariser.ReadAll(&fresh);
   if (result == kRecordFileOk) {
-    result = summariser.FindRecentRate(&fresh);
+    result = summariser.FindRate(&fresh);
   }
   if (result == kRecordFileOk) {
     *summary = fresh;

@@ -5,18 +5,10 @@
 #include <optional>
 
 #include "host/journals/journal_format.h"
+#include "host/journals/recent_rate.h"
 #include "host/record_file/snapshot.h"
 
 namespace packetdb::host {
-
-// How fast records have been coming: those that were first seen in the newest tenth of the time
-// between the first-seen times of the oldest and the newest record, at least a second.
-struct RecentRate {
-  std::uint64_t records = 0;
-  std::uint32_t seconds = 1;
-
-  double PerSecond() const { return static_cast<double>(records) / seconds; }
-};
 
 // Times are in seconds since 1980; sums are over the records that could be read.
 struct JournalSummary {
@@ -27,7 +19,8 @@ struct JournalSummary {
   std::uint64_t packets = 0;
   std::uint32_t oldest = 0;  // when the event of the oldest record was first seen
   std::uint32_t newest = 0;  // when an event of any record was last seen
-  // None when all records were first seen in one second, or time goes back.
+  // Up to when the newest record was first seen; none when all were in one second, or time goes
+  // back.
   std::optional<RecentRate> recent;
 };
 

@@ -11,6 +11,7 @@
 #include "host/cli/import_options.h"
 #include "host/cli/query_options.h"
 #include "host/cli/report.h"
+#include "host/cli/status_options.h"
 #include "host/cli/usage_error.h"
 #include "host/log/log.h"
 #include "host/log/standard_streams.h"
@@ -30,6 +31,8 @@ struct Options {
   InfoOptions info;
   CheckOptions check;
   DumpOptions dump;
+  StatusOptions status;
+  StatusOptions journals;
 };
 
 std::vector<Command> AddCommands(CLI::App& app, Options& options) {
@@ -47,6 +50,10 @@ std::vector<Command> AddCommands(CLI::App& app, Options& options) {
   commands.push_back(
       {AddCheck(app, options.check), [&options] { return RunCheck(options.check); }});
   commands.push_back({AddDump(app, options.dump), [&options] { return RunDump(options.dump); }});
+  commands.push_back(
+      {AddStatus(app, options.status), [&options] { return RunStatus(options.status); }});
+  commands.push_back(
+      {AddJournals(app, options.journals), [&options] { return RunJournals(options.journals); }});
   return commands;
 }
 
@@ -85,7 +92,8 @@ ExitCode Run(int argc, char** argv) {
     }
   }
   throw UsageError(
-      "no command given: give info, check, dump, convert, query or import; see packetdb --help");
+      "no command given: give info, check, dump, convert, status, journals, query or import; see "
+      "packetdb --help");
 }
 
 }  // namespace

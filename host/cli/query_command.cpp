@@ -1,13 +1,11 @@
 #include "host/cli/query_command.h"
 
-#include <chrono>
 #include <ctime>
 #include <fmt/format.h>
-#include <memory>
 
 #include "host/bus/answer_code.h"
-#include "host/bus/client.h"
 #include "host/bus/message.h"
+#include "host/cli/asking.h"
 #include "host/cli/explain.h"
 #include "host/cli/report.h"
 #include "host/cli/rows.h"
@@ -16,26 +14,6 @@
 namespace packetdb::host {
 
 namespace {
-
-ExitCode ExitCodeOf(BusError error) {
-  switch (error) {
-    case BusError::kNoSuchSocket:
-    case BusError::kNotASocket:
-    case BusError::kRefused:
-    case BusError::kTimedOut:
-      return kExitUnreachable;
-    case BusError::kNotPermitted:
-      return kExitNotPermitted;
-    default:
-      return kExitFailed;
-  }
-}
-
-ExitCode CannotConnect(const std::string& socket, const BusFailure& failure) {
-  Complain(fmt::format("cannot reach packetdbd: {}; is it running with --socket {}?", failure.text,
-                       socket));
-  return ExitCodeOf(failure.code);
-}
 
 using Printer = void (*)(const Rows& rows, std::FILE* out);
 
@@ -65,29 +43,15 @@ ExitCode NothingCame(const std::string& name, Connection& connection) {
   return kExitOk;
 }
 
-ExitCode AskingFailed(int status, const Message& message, const Connection& connection) {
-  if (!connection.sound()) {
-    Complain(fmt::format("the answer did not arrive: {}", connection.failure().text));
-  } else if (status == UDB_QUERY_FAILED) {
-    Complain(fmt::format("the answer is incomplete: {}; the daemon's log says why",
-                         ErrorText(static_cast<BusError>(message.LastError()))));
-  } else {
-    Complain(fmt::format("the daemon refused the query with {}: {}", status, AnswerText(status)));
-  }
-  return kExitFailed;
-}
-
 }  // namespace
 
 ExitCode RunQuery(const QueryOptions& options) {
   const Printer printer = PrinterOf(options.output);
   Query query = MakeQuery(options.criteria, std::time(nullptr));
-  Timeouts timeouts;
-  timeouts.wait = std::chrono::seconds(options.timeout_seconds);
-  BusFailure failure;
-  const std::unique_ptr<Connection> connection = ConnectTo(options.socket, timeouts, &failure);
+  ExitCode unreached = kExitFailed;
+  const auto connection = Reach(options.socket, options.timeout_seconds, &unreached);
   if (connection == nullptr) {
-    return CannotConnect(options.socket, failure);
+    return unreached;
   }
   Message message(*connection);
   Rows rows;

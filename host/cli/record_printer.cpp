@@ -5,11 +5,11 @@
 #include <iterator>
 #include <string>
 
-#include "host/cli/journal_record.h"
 #include "host/cli/json_text.h"
 #include "host/cli/rows.h"
 #include "host/cli/times.h"
 #include "host/cli/words.h"
+#include "host/journals/journal_record.h"
 
 namespace packetdb::host {
 

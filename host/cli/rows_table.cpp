@@ -1,10 +1,10 @@
-#include <algorithm>
 #include <arpa/inet.h>
 #include <array>
 #include <fmt/format.h>
 #include <netinet/in.h>
 
 #include "host/cli/rows.h"
+#include "host/cli/text_table.h"
 #include "host/cli/times.h"
 #include "host/cli/words.h"
 #include "host/sources/event.h"
@@ -13,26 +13,13 @@ namespace packetdb::host {
 
 namespace {
 
-constexpr std::size_t kColumns = 10;
-using Cells = std::array<std::string, kColumns>;
-
-struct Heading {
-  const char* text;
-  bool number;  // aligned to the right
-};
-
-constexpr std::array<Heading, kColumns> kHeadings = {{
-    {"FIRST SEEN", false},
-    {"LAST SEEN", false},
-    {"COUNT", true},
-    {"BYTES", true},
-    {"VERDICT", false},
-    {"DIR", false},
-    {"PROTO", false},
-    {"SOURCE", false},
-    {"DESTINATION", false},
-    {"EVENT", true},
-}};
+const std::vector<TableColumn>& Columns() {
+  static const std::vector<TableColumn> columns = {
+      {"FIRST SEEN"}, {"LAST SEEN"}, {"COUNT", true}, {"BYTES", true}, {"VERDICT"},
+      {"DIR"},        {"PROTO"},     {"SOURCE"},      {"DESTINATION"}, {"EVENT", true},
+  };
+  return columns;
+}
 
 std::string JournalTime(std::uint32_t seconds) {
   return LocalTime(std::int64_t{seconds} + TIME_1980_OFFSET);
@@ -71,7 +58,7 @@ std::string EndpointCell(std::uint32_t address, std::uint16_t port) {
   return port == 0 ? AddressText(address) : fmt::format("{}:{}", AddressText(address), port);
 }
 
-Cells CellsOf(const CDrvErrorItemV4& event) {
+std::vector<std::string> CellsOf(const CDrvErrorItemV4& event) {
   return {JournalTime(event.m_FirstTime),
           JournalTime(event.m_LastTime),
           std::to_string(event.m_Count),
@@ -84,17 +71,6 @@ Cells CellsOf(const CDrvErrorItemV4& event) {
           std::to_string(event.m_ErrorCode)};
 }
 
-void PrintLine(const Cells& cells, const std::array<std::size_t, kColumns>& widths,
-               std::FILE* out) {
-  std::string line;
-  for (std::size_t column = 0; column < kColumns; ++column) {
-    const char* format = kHeadings[column].number ? "{:>{}}" : "{:<{}}";
-    line += fmt::format(fmt::runtime(format), cells[column], widths[column]);
-    line += column + 1 < kColumns ? "  " : "\n";
-  }
-  std::fputs(line.c_str(), out);
-}
-
 }  // namespace
 
 std::string AddressText(std::uint32_t address) {
@@ -105,22 +81,11 @@ std::string AddressText(std::uint32_t address) {
 }
 
 void PrintTable(const Rows& rows, std::FILE* out) {
-  std::vector<Cells> lines(1);
-  for (std::size_t column = 0; column < kColumns; ++column) {
-    lines.front()[column] = kHeadings[column].text;
-  }
+  TextTable table(Columns());
   for (const PacketDbClientItem& row : rows) {
-    lines.push_back(CellsOf(row.m_Item));
+    table.Add(CellsOf(row.m_Item));
   }
-  std::array<std::size_t, kColumns> widths{};
-  for (const Cells& cells : lines) {
-    for (std::size_t column = 0; column < kColumns; ++column) {
-      widths[column] = std::max(widths[column], cells[column].size());
-    }
-  }
-  for (const Cells& cells : lines) {
-    PrintLine(cells, widths, out);
-  }
+  table.Print(out);
 }
 
 }  // namespace packetdb::host

@@ -149,4 +149,20 @@ std::string Rfc3339Time(std::int64_t unix_seconds) {
   return text;
 }
 
+std::string DurationText(std::uint64_t seconds) {
+  constexpr std::uint64_t kMinute = 60;
+  constexpr std::uint64_t kHour = 60 * kMinute;
+  constexpr std::uint64_t kDay = 24 * kHour;
+  if (seconds >= kDay) {
+    return fmt::format("{} d {} h", seconds / kDay, seconds % kDay / kHour);
+  }
+  if (seconds >= kHour) {
+    return fmt::format("{} h {} min", seconds / kHour, seconds % kHour / kMinute);
+  }
+  if (seconds >= kMinute) {
+    return fmt::format("{} min {} s", seconds / kMinute, seconds % kMinute);
+  }
+  return fmt::format("{} s", seconds);
+}
+
 }  // namespace packetdb::host

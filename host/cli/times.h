@@ -22,4 +22,7 @@ std::string LocalTime(std::int64_t unix_seconds);
 // "2026-11-20T14:05:09+01:00": local time with its offset, which reads back as the same second.
 std::string Rfc3339Time(std::int64_t unix_seconds);
 
+// "2 d 3 h", "5 min 20 s": the two largest units that say something, rounded down.
+std::string DurationText(std::uint64_t seconds);
+
 }  // namespace packetdb::host

@@ -12,6 +12,7 @@
 #include "host/bus/serve.h"
 #include "host/daemon/journal_command.h"
 #include "host/log/log.h"
+#include "host/status/status_commands.h"
 #include "packetdb/query.h"
 
 namespace packetdb::host {
@@ -67,6 +68,9 @@ void ServeClient(Connection& connection, const DaemonOptions& options) {
     Register(dispatcher, UDB_GET_DBQUERY,
              boost::make_shared<JournalCommand>(options.directory, state));
     Register(dispatcher, kCommandExplain, boost::make_shared<ExplainCommand>(state));
+    Register(dispatcher, kCommandStatus,
+             boost::make_shared<StatusCommand>(nullptr, options.directory));
+    Register(dispatcher, kCommandJournals, boost::make_shared<JournalsCommand>(options.directory));
     const ServeResult result = ServeConnection(
         connection, dispatcher, [&](const CommandReport& report) { LogCommand(peer, report); });
     LogEnd(peer, result);

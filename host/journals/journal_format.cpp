@@ -22,6 +22,13 @@ JournalFormat FormatOf(const RecordFileInfo& file) {
   }
 }
 
+JournalFormat FormatOf(const FileFacts& facts) {
+  RecordFileInfo info;
+  info.record_size = facts.format.record_size;
+  info.magic = facts.format.magic;
+  return FormatOf(info);
+}
+
 std::string_view FormatName(JournalFormat format) {
   switch (format) {
     case JournalFormat::k3:

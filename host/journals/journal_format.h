@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "host/record_file/inspect.h"
 #include "host/record_file/probe.h"
 
 namespace packetdb::host {
@@ -16,6 +17,7 @@ enum class JournalFormat {
 };
 
 JournalFormat FormatOf(const RecordFileInfo& file);
+JournalFormat FormatOf(const FileFacts& facts);
 
 // "3", "4.1", "4"; "none" for kOther.
 std::string_view FormatName(JournalFormat format);

@@ -135,6 +135,19 @@ OpenJournals::Group OpenJournals::Open(const std::string& directory, const std::
   return group;
 }
 
+std::vector<JournalName> OpenJournals::Names() const {
+  std::vector<JournalName> names;
+  for (const Group& group : opened_) {
+    names.push_back({group.name, group.name, true, true});
+    for (const std::string& interface : group.interfaces) {
+      const bool is_served = registry_->IsDynamic(interface) &&
+                             registry_->GetActualStorage(interface) == group.storage;
+      names.push_back({interface, group.name, false, is_served});
+    }
+  }
+  return names;
+}
+
 // A name answers for one journal: groups come first, then interfaces in the order of their groups.
 void OpenJournals::RegisterInterfaces(const Group& group) {
   for (const std::string& interface : group.interfaces) {

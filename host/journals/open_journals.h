@@ -10,6 +10,15 @@
 
 namespace packetdb::host {
 
+// A name that a query may carry, and what it stands for.
+struct JournalName {
+  std::string name;
+  std::string group;  // whose journal answers
+  bool is_group = false;
+  // A name answers for one journal: false for an interface whose name another group or journal has.
+  bool is_served = true;
+};
+
 // Opens every journal of a directory read-only and registers it: its group's name as not dynamic,
 // each of its interfaces as dynamic. A journal that cannot be used does not keep the others from
 // being served.
@@ -23,6 +32,8 @@ class OpenJournals {
 
   const CPacketDbPtr& registry() const { return registry_; }
   const std::vector<std::string>& groups() const { return groups_; }
+  // Each group and behind it its interfaces, in the order of their names.
+  std::vector<JournalName> Names() const;
   // What could not be served, a line each, with the reason.
   const std::vector<std::string>& problems() const { return problems_; }
 

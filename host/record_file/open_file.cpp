@@ -199,6 +199,8 @@ RecordFileResult OpenFile::BuildResizedFile(const OpenRequest& request, Descript
   from.next = writer_->next();
   from.count = std::min(count, request.format.capacity);
   from.state = writer_->state();
+  RecordFileResult result = medium_.ReadWord(kMergesOffset, &from.state.merges);
+  if (result < 0) return result;
   // A number without a record was lost, not overwritten.
   from.state.overwritten_before +=
       from.next - geometry_.first_sequence - from.count - view_->Holes();

@@ -68,6 +68,9 @@ StatePage InheritedState(const Inheritance& from) {
   state.generation = from.state.generation;
   state.damaged = from.state.damaged;
   state.lost_unsynced = from.state.lost_unsynced;
+  // The file is flushed whole before it gets its name.
+  state.merges = from.state.merges;
+  state.merges_synced = from.state.merges;
   state.checksum = ChecksumOf(state);
   return state;
 }

@@ -121,6 +121,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadCall{"UnknownCommand", {"remember"}, "remember"},
         BadCall{"NoName", {"query", "-s", "/nonexistent/bus"}, "name"},
         BadCall{"NoSocket", {"query", "edge"}, "--socket"},
+        BadCall{"StatusWithoutSocket", {"status"}, "--socket"},
+        BadCall{"JournalsFormat", {"journals", "-s", "/nonexistent/bus", "-o", "xml"}, "'xml'"},
         BadCall{"Format", Asking({"-o", "xml"}), "'xml'"},
         BadCall{"Time", Asking({"--since", "tea time"}), "'tea time'"},
         BadCall{"EmptyTimeRange", Asking({"--since", "@20", "--until", "@10"}), "empty"},

@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 
 #include "host/cli/dump_command.h"
-#include "host/cli/journal_record.h"
 #include "host/cli/record_printer.h"
 #include "host/cli/usage_error.h"
+#include "host/journals/journal_record.h"
 #include "host/record_file/layout.h"
 #include "tests/host/cli/captured.h"
 #include "tests/host/cli/examining.h"

@@ -257,15 +257,5 @@ TEST_F(Info, RefusesAnUnknownOutputFormat) {
             "'xml' is not an output format: give text or json");
 }
 
-TEST(Duration, ShowsTheTwoLargestUnits) {
-  EXPECT_EQ(DurationText(0), "0 s");
-  EXPECT_EQ(DurationText(59), "59 s");
-  EXPECT_EQ(DurationText(60), "1 min 0 s");
-  EXPECT_EQ(DurationText(3599), "59 min 59 s");
-  EXPECT_EQ(DurationText(3600), "1 h 0 min");
-  EXPECT_EQ(DurationText(86399), "23 h 59 min");
-  EXPECT_EQ(DurationText(86400 * 400 + 3600 * 5), "400 d 5 h");
-}
-
 }  // namespace
 }  // namespace packetdb::host::test

@@ -68,6 +68,20 @@ TEST_F(JournalsOfADirectory, AreServedByTheirInterfacesAsDynamicNames) {
   EXPECT_FALSE(journals.registry()->GetActualStorage("eth2"));
 }
 
+TEST_F(JournalsOfADirectory, ListTheNamesThatAreServedAndThoseThatAreNot) {
+  MakeGroup("lan", {"eth0", "wan"});
+  MakeGroup("wan", {"eth0", "eth1"});
+  const OpenJournals journals(directory_.Path());
+  std::vector<std::string> names;
+  for (const JournalName& name : journals.Names()) {
+    names.push_back((name.is_group ? "group " : "interface ") + name.name + " of " + name.group +
+                    (name.is_served ? "" : ", not served"));
+  }
+  EXPECT_THAT(names, ElementsAre("group lan of lan", "interface eth0 of lan",
+                                 "interface wan of lan, not served", "group wan of wan",
+                                 "interface eth0 of wan, not served", "interface eth1 of wan"));
+}
+
 TEST_F(JournalsOfADirectory, KeepTheirRecordsAndTheirWindow) {
   GroupWriter(Options("lan")).Add(EventFrom(9, 100), "eth0");
   const OpenJournals journals(directory_.Path());

@@ -44,6 +44,17 @@ TEST_F(RecordFileResize, ASmallerFileKeepsTheNewest) {
   EXPECT_EQ(State().overwritten_before, 3U) << "1, 2 and 3";
 }
 
+TEST_F(RecordFileResize, CountsOverwritesOn) {
+  OpenFor(5);
+  EXPECT_EQ(Overwrite(file_, 4, 50), kRecordFileOk);
+  file_.Done();
+  OpenFor(2);
+  EXPECT_EQ(Overwrite(file_, 4, 51), kRecordFileOk);
+  EXPECT_EQ(State().merges, 2U);
+  file_.Done();
+  EXPECT_EQ(State().merges_synced, 2U);
+}
+
 TEST_F(RecordFileResize, TicketsGoOn) {
   for (const unsigned long capacity : {4UL, 2UL}) {
     OpenFor(capacity);

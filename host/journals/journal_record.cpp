@@ -1,4 +1,4 @@
-#include "host/cli/journal_record.h"
+#include "host/journals/journal_record.h"
 
 #include <array>
 #include <cstring>
