@@ -51,6 +51,18 @@ bool DropOverrides() {
                             prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH) == 0);
 }
 
+// Moved out of the way first, so that none is overwritten before it was copied.
+void PassOn(const std::vector<int>& descriptors) {
+  constexpr int kAway = 500;
+  constexpr int kFirst = 3;
+  for (std::size_t i = 0; i < descriptors.size(); ++i) {
+    dup3(descriptors[i], kAway + static_cast<int>(i), O_CLOEXEC);
+  }
+  for (std::size_t i = 0; i < descriptors.size(); ++i) {
+    dup2(kAway + static_cast<int>(i), kFirst + static_cast<int>(i));
+  }
+}
+
 // In the child: only what is safe between fork and exec.
 [[noreturn]] void BecomeProgram(char** arguments, const std::array<int, 3>& standard,
                                 const ProgramOptions& options) {
@@ -59,6 +71,7 @@ bool DropOverrides() {
   for (int i = 0; i < 3; ++i) {
     dup2(standard[static_cast<std::size_t>(i)], i);
   }
+  PassOn(options.descriptors);
   if (!options.obeys_modes || DropOverrides()) {
     execv(arguments[0], arguments);
   }
