@@ -8,8 +8,8 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <poll.h>
-#include <sys/pidfd.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
@@ -86,7 +86,8 @@ ChildProcess::ChildProcess(std::string name, const char* shown, const Work& work
   if (pid_ < 0) {
     Fail("cannot start " + name_);
   }
-  pidfd_ = SocketDescriptor(pidfd_open(pid_, 0));
+  // The C library declares its function for C only.
+  pidfd_ = SocketDescriptor(static_cast<int>(syscall(SYS_pidfd_open, pid_, 0)));
   if (!pidfd_.valid()) {
     kill(pid_, SIGKILL);
     Reap(0);

@@ -21,7 +21,6 @@ constexpr std::size_t kSignals = kMostSources;  // the index of the signals amon
 constexpr std::chrono::milliseconds kQuiet(50);
 // A busy packet filter logs for ever.
 constexpr std::chrono::seconds kLongestDrain(5);
-constexpr std::chrono::seconds kLongestHandOver(1);
 
 [[noreturn]] void Fail(const char* what) {
   throw std::system_error(errno, std::generic_category(), what);
@@ -146,27 +145,8 @@ void IntakeLoop::Drain() {
   for (Source& source : sources_) {
     source.until.emplace(SinkOf(source), now, UntilSink::Later::kPassOn);
   }
-  Finish(kLongestDrain);
-}
-
-// Packets of log groups wait for the next process, which reads the same sockets. A capture's wait
-// for nobody but us.
-void IntakeLoop::HandOver() {
-  const Moment cut{static_cast<std::int64_t>(page_.daemon.handover_seconds.Get()),
-                   static_cast<std::uint32_t>(page_.daemon.handover_nanoseconds.Get())};
-  for (Source& source : sources_) {
-    source.until.emplace(SinkOf(source), cut, UntilSink::Later::kDrop);
-    if (!source.is_capture) {
-      Unwatch(source.source->fd());
-    }
-  }
-  Finish(kLongestHandOver);
-}
-
-// Receives until each source has given what it is asked for, or is quiet.
-void IntakeLoop::Finish(std::chrono::milliseconds longest) {
   Unwatch(signals_.fd());
-  const auto end = std::chrono::steady_clock::now() + longest;
+  const auto end = std::chrono::steady_clock::now() + kLongestDrain;
   while (std::chrono::steady_clock::now() < end && Turn(kQuiet)) {
     for (const Source& source : sources_) {
       if (source.until->passed()) {
@@ -174,6 +154,28 @@ void IntakeLoop::Finish(std::chrono::milliseconds longest) {
       }
     }
   }
+}
+
+// Packets of log groups wait for the next process, which reads the same sockets. A capture's wait
+// for nobody but us, up to a moment that is yet to come.
+void IntakeLoop::HandOver() {
+  const Moment cut{static_cast<std::int64_t>(page_.daemon.handover_seconds.Get()),
+                   static_cast<std::uint32_t>(page_.daemon.handover_nanoseconds.Get())};
+  for (Source& source : sources_) {
+    if (source.is_capture) {
+      source.until.emplace(SinkOf(source), cut, UntilSink::Later::kDrop);
+    }
+  }
+  const Moment last = cut + kQuiet;
+  while (WaitsForCapture() && Now() < last) {
+    Turn(kQuiet);
+  }
+}
+
+bool IntakeLoop::WaitsForCapture() const {
+  return std::any_of(sources_.begin(), sources_.end(), [](const Source& source) {
+    return source.usable && source.until && !source.until->passed();
+  });
 }
 
 }  // namespace packetdb::host

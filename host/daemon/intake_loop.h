@@ -53,7 +53,7 @@ class IntakeLoop {
   void FollowLogLevel() const;
   void Drain();
   void HandOver();
-  void Finish(std::chrono::milliseconds longest);
+  bool WaitsForCapture() const;
 
   std::vector<Source> sources_;
   Intake& intake_;

@@ -1,6 +1,7 @@
 // A point of the time of day, as packets carry it.
 #pragma once
 
+#include <chrono>
 #include <compare>
 #include <cstdint>
 
@@ -16,6 +17,7 @@ struct Moment {
 };
 
 Moment Now();
+Moment operator+(const Moment& moment, std::chrono::milliseconds later);
 inline Moment MomentOf(const Event& event) { return {event.time, event.nanoseconds}; }
 
 }  // namespace packetdb::host

@@ -56,7 +56,9 @@ Capabilities Kept(Keep keep) {
 // execute anything with new privileges anyway.
 void DropBoundingSet() {
   for (int capability = 0; CAP_IS_SUPPORTED(capability); ++capability) {
-    cap_drop_bound(capability);
+    if (cap_drop_bound(capability) != 0) {
+      return;
+    }
   }
 }
 

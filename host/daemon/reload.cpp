@@ -16,6 +16,9 @@ namespace {
 
 constexpr std::chrono::seconds kHandOverPatience(60);
 
+// Longer than intake takes to notice a signal.
+constexpr std::chrono::milliseconds kNotice(200);
+
 void Report(const std::vector<ConfigurationChange>& changes) {
   WriteLog(2, fmt::format("configuration read again: {} change{}", changes.size(),
                           changes.size() == 1 ? "" : "s"));
@@ -85,7 +88,8 @@ Supervisor::Opened Supervisor::Prepare(const Configuration& next) {
 }
 
 void Supervisor::SwapIntake(const Configuration& next, Opened& opened) {
-  const Moment cut = Now();
+  // Not yet come: intake must not have journaled what is its successor's.
+  const Moment cut = Now() + kNotice;
   HandIntakeOver(cut);
   try {
     intake_ = StartIntake(next, opened, cut);

@@ -76,9 +76,9 @@ constexpr const char* kEverybody[] = {"brk",
 
 // Journals, their dictionary and sources, all of them open.
 constexpr const char* kIntakeToo[] = {
-    "clone",     "clone3",    "epoll_create1", "epoll_ctl", "epoll_pwait", "epoll_wait",
-    "fallocate", "fdatasync", "flock",         "fsync",     "ftruncate",   "getsockopt",
-    "msync",     "pwrite64",  "pwritev",       "recvmmsg",  "setsockopt"};
+    "clone",      "clone3",    "epoll_create1", "epoll_ctl", "epoll_pwait", "epoll_wait",
+    "fallocate",  "fdatasync", "flock",         "fsync",     "ftruncate",   "getsockname",
+    "getsockopt", "msync",     "pwrite64",      "pwritev",   "recvmmsg",    "setsockopt"};
 
 // Connections, and journals that are opened for reading.
 constexpr const char* kServerToo[] = {
@@ -92,9 +92,11 @@ constexpr const char* kServerOnly[] = {"accept4",   "clone",  "clone3", "kill",
                                        "signalfd4", "tgkill", "wait4"};
 
 // Those that could have somebody else signalled, or turn a protection off, are not among them.
-constexpr int kFileControls[] = {F_DUPFD_CLOEXEC, F_GETFD, F_SETFD,     F_GETFL,    F_SETFL,
-                                 F_GETLK,         F_SETLK, F_OFD_GETLK, F_OFD_SETLK};
-constexpr unsigned long kDeviceControls[] = {TCGETS, FIONREAD, SIOCGIFNAME};
+constexpr int kFileControls[] = {F_DUPFD_CLOEXEC, F_GETFD,     F_SETFD,     F_GETFL,      F_SETFL,
+                                 F_GETLK,         F_OFD_GETLK, F_OFD_SETLK, F_GET_RW_HINT};
+// Journals that are being written are marked with it.
+constexpr int kIntakeFileControls[] = {F_SET_RW_HINT};
+constexpr unsigned long kDeviceControls[] = {TCGETS, FIONREAD, SIOCGIFNAME, SIOCGIFFLAGS};
 constexpr int kProcessControls[] = {PR_SET_NAME, PR_SET_NO_NEW_PRIVS, PR_SET_PDEATHSIG,
                                     PR_SET_SECCOMP};
 
@@ -175,6 +177,7 @@ void Fill(scmp_filter_ctx filter, Sandbox sandbox) {
   AllowOf(filter, "prlimit64", 0, std::array{0});  // of the process itself
   if (sandbox == Sandbox::kIntake) {
     Allow(filter, kIntakeToo);
+    AllowOf(filter, "fcntl", 1, kIntakeFileControls);
   } else {
     Allow(filter, kServerToo);
     AllowOf(filter, "prctl", 0, kProcessControls);

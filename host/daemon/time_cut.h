@@ -1,9 +1,9 @@
 // What one reader of a source leaves to the next, by the times of the packets.
 //
-// A capture is opened anew for each reader, so that for a moment two of them get every packet. The
-// moment after the second was opened divides them: packets up to it belong to the first, those
-// after it to the second. Both see all that were seen around that moment, so none is lost and none
-// is journaled twice.
+// A capture is opened anew for each reader, so that for a while two of them get every packet. A
+// moment in that while, which the first is told before it comes, divides them: packets up to it
+// belong to the first, those after it to the second. Both see all that come around that moment, so
+// none is lost and none is journaled twice.
 #pragma once
 
 #include <optional>

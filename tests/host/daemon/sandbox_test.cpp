@@ -19,6 +19,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "host/bus/socket_descriptor.h"
 #include "tests/host/daemon/forked.h"
 
 namespace packetdb::host {
@@ -122,6 +123,17 @@ INSTANTIATE_TEST_SUITE_P(Attempts, ForbiddenToAllTest, testing::ValuesIn(Forbidd
 long OpenForReading() { return open("/dev/null", O_RDONLY); }
 
 TEST(SandboxTest, IntakeOpensNothing) { EXPECT_EQ(In(Sandbox::kIntake, OpenForReading), "EPERM"); }
+
+// Record files mark the inode that they write to.
+TEST(SandboxTest, IntakeMarksItsFiles) {
+  const SocketDescriptor file(memfd_create("journal", MFD_CLOEXEC));
+  ASSERT_TRUE(file.valid());
+  std::uint64_t hint = 0;
+  ASSERT_EQ(fcntl(file.get(), F_SET_RW_HINT, &hint), 0) << "where there is no sandbox";
+  const auto mark = [&] { return fcntl(file.get(), F_SET_RW_HINT, &hint); };
+  EXPECT_EQ(In(Sandbox::kIntake, mark), "done");
+  EXPECT_EQ(In(Sandbox::kConnection, mark), "EPERM");
+}
 
 TEST(SandboxTest, QueriesOpenFilesForReading) {
   EXPECT_EQ(In(Sandbox::kServer, OpenForReading), "done");

@@ -35,6 +35,11 @@ TEST(TimeCutTest, EachPacketBelongsToExactlyOneOfTwoReaders) {
   EXPECT_EQ(after.seen, (std::vector<std::int64_t>{11, 12}));
 }
 
+TEST(TimeCutTest, MomentsAreAddedToOverTheFullSecond) {
+  EXPECT_EQ((Moment{10, 900000000} + std::chrono::milliseconds(200)), (Moment{11, 100000000}));
+  EXPECT_EQ((Moment{10, 100} + std::chrono::milliseconds(2000)), (Moment{12, 100}));
+}
+
 TEST(TimeCutTest, NanosecondsCount) {
   SeenSeconds before;
   UntilSink until(before, {10, 5}, UntilSink::Later::kDrop);
