@@ -63,6 +63,8 @@ std::vector<pid_t> ChildrenOf(pid_t parent);
 
 // `packetdb` with these arguments.
 Program::Arguments Command(const Program::Arguments& arguments);
+// Where `packetdbd` is.
+std::string DaemonPath();
 // `packetdbd` with these arguments.
 Program::Arguments DaemonCommand(const Program::Arguments& arguments);
 // Runs `packetdb` with these arguments to its end.
