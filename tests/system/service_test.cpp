@@ -56,8 +56,11 @@ TEST_F(ServiceTest, IsToldOfTheStartOfReloadsAndOfTheEnd) {
 
 TEST_F(ServiceTest, StartThatFailsIsNeverReady) {
   place_.Configure("[[capture]]\ninterface = 'none0'\n");
-  Program program(network_.Inside({"/usr/bin/env", manager_.variable(), DaemonCommand({}).front(),
-                                   "--config", place_.config()}));
+  Program::Arguments arguments = {"/usr/bin/env", manager_.variable()};
+  for (const std::string& argument : DaemonCommand({"--config", place_.config()})) {
+    arguments.push_back(argument);
+  }
+  Program program(network_.Inside(arguments));
   EXPECT_NE(program.Wait().status, 0);
   EXPECT_EQ(manager_.Heard("READY=1"), 0u);
 }
