@@ -12,6 +12,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "host/bus/columns.h"
 #include "host/bus/error.h"
 #include "tests/system/support/ask.h"
 #include "tests/system/support/daemon.h"

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <exception>
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
@@ -29,9 +30,11 @@ std::string Forked(const std::function<std::string()>& work) {
   if (pipe(ends.data()) != 0) {
     throw std::system_error(errno, std::generic_category(), "pipe");
   }
+  // Beyond the numbers that the work may want for descriptors of its own.
+  constexpr int kFar = 200;
   const pid_t child = fork();
   if (child == 0) {
-    Work(ends[1], work);
+    Work(fcntl(ends[1], F_DUPFD, kFar), work);
   }
   close(ends[1]);
   std::string text;
