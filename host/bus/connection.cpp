@@ -9,7 +9,7 @@
 namespace packetdb::host {
 
 Connection::Connection(SocketDescriptor socket, const Timeouts& timeouts)
-    : socket_(std::move(socket)), timeouts_(timeouts) {
+    : socket_(std::move(socket)), timeouts_(timeouts), message_deadline_(kNoLimit) {
   const int flags = fcntl(fd(), F_GETFL);
   if (flags < 0 || fcntl(fd(), F_SETFL, flags | O_NONBLOCK) < 0) {
     FailSystem(errno, "making the socket non-blocking");

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -66,12 +67,16 @@ class Connection {
   std::optional<PeerCredentials> Peer() const;
 
   void set_timeouts(const Timeouts& timeouts) { timeouts_ = timeouts; }
+  // How many bytes the frames that the peer sends in an exchange may have together. No limit
+  // before this.
+  void set_max_message(std::size_t bytes) { max_message_ = bytes; }
   int fd() const { return socket_.get(); }
 
  private:
   bool FailSystem(int error, std::string_view detail);
 
   bool AwaitFirstByte(Wait wait);
+  void BeginMessage();
   bool Fill(std::size_t size, Deadline* deadline, bool may_close);
   bool Receive(Deadline* deadline, bool may_close);
   bool TakeReceived(ssize_t count, int message_flags, bool may_close);
@@ -84,6 +89,9 @@ class Connection {
 
   SocketDescriptor socket_;
   Timeouts timeouts_;
+  std::size_t max_message_ = std::numeric_limits<std::size_t>::max();
+  std::size_t message_bytes_ = 0;  // of the exchange so far
+  Deadline message_deadline_;      // of the exchange
   BusFailure failure_;
   std::vector<unsigned char> in_;  // received bytes lie in [in_begin_, in_end_)
   std::size_t in_begin_ = 0;

@@ -17,7 +17,8 @@ constexpr std::string_view kReading = "reading";
 
 bool Connection::ReadFrame(Wait wait, BusFrame* frame) {
   if (!sound() || !AwaitFirstByte(wait)) return false;
-  Deadline deadline(timeouts_.frame);
+  if (wait == Wait::kForPeer) BeginMessage();
+  Deadline deadline(timeouts_.frame, &message_deadline_);
   if (!Fill(kLengthSize, &deadline, false)) return false;
   const std::size_t length = LoadNetwork32(&in_[in_begin_]);
   // Each part is judged as soon as it is there, so that nobody waits for the rest of nonsense.
@@ -34,6 +35,11 @@ bool Connection::AwaitFirstByte(Wait wait) {
   if (wait == Wait::kForRest) return true;
   Deadline deadline(timeouts_.wait);
   return Fill(1, &deadline, true);
+}
+
+void Connection::BeginMessage() {
+  message_deadline_ = Deadline(timeouts_.message);
+  message_bytes_ = 0;
 }
 
 // Receives until `size` bytes lie in the buffer. `may_close`: closing before the first of them is
@@ -82,8 +88,12 @@ void Connection::MakeRoom() {
 }
 
 bool Connection::CheckLength(std::size_t length) {
-  if (length >= kMinFrameLength && length <= kMaxFrameLength) return true;
-  return Fail(BusError::kBadFrameLength, std::to_string(length));
+  if (length < kMinFrameLength || length > kMaxFrameLength) {
+    return Fail(BusError::kBadFrameLength, std::to_string(length));
+  }
+  message_bytes_ += kLengthSize + length;
+  return message_bytes_ <= max_message_ ||
+         Fail(BusError::kRequestTooLarge, std::to_string(message_bytes_) + " bytes");
 }
 
 bool Connection::CheckVersionAndType(const unsigned char* frame) {

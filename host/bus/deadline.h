@@ -14,11 +14,20 @@ inline constexpr std::chrono::milliseconds kNoLimit = std::chrono::milliseconds:
 // costs no look at the clock.
 class Deadline {
  public:
-  explicit Deadline(std::chrono::milliseconds limit) : limit_(limit) {}
+  // One that lies within another, which outlives it, ends with that at the latest.
+  explicit Deadline(std::chrono::milliseconds limit, Deadline* outer = nullptr)
+      : limit_(limit), outer_(outer) {}
 
   // What is left for poll(): -1 without limit, 0 when the time is over, else milliseconds, rounded
   // up so that a wait never ends early and spins.
   int RemainingForPoll() {
+    const int own = OwnRemaining();
+    const int outer = outer_ == nullptr ? -1 : outer_->RemainingForPoll();
+    return own < 0 || outer < 0 ? std::max(own, outer) : std::min(own, outer);
+  }
+
+ private:
+  int OwnRemaining() {
     using std::chrono::milliseconds;
     if (limit_ == kNoLimit) return -1;
     const auto now = std::chrono::steady_clock::now();
@@ -28,8 +37,8 @@ class Deadline {
         std::chrono::ceil<milliseconds>(*end_ - now).count(), std::numeric_limits<int>::max()));
   }
 
- private:
   std::chrono::milliseconds limit_;
+  Deadline* outer_;
   std::optional<std::chrono::steady_clock::time_point> end_;
 };
 

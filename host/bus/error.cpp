@@ -61,6 +61,8 @@ constexpr std::array kRows = {
                 "a request is not of kind 1 with exactly one record and no marker"},
     BusErrorRow{BusError::kNoCommand, "kNoCommand",
                 "a request has no command in an integer column 0 of 4 bytes"},
+    BusErrorRow{BusError::kRequestTooLarge, "kRequestTooLarge",
+                "a request has more bytes or columns than the server takes"},
     BusErrorRow{BusError::kBadPath, "kBadPath", "a socket path is empty or contains a NUL"},
     BusErrorRow{BusError::kPathTooLong, "kPathTooLong", "a socket path is longer than 107 bytes"},
     BusErrorRow{BusError::kNoSuchSocket, "kNoSuchSocket", "the path does not exist"},
@@ -85,7 +87,7 @@ std::string_view ErrorText(BusError code) {
 }
 
 bool IsMalformed(BusError code) {
-  return code >= BusError::kBadFrameLength && code <= BusError::kNoCommand;
+  return code >= BusError::kBadFrameLength && code <= BusError::kRequestTooLarge;
 }
 
 BusError FromErrno(int error) {

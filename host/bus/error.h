@@ -57,6 +57,7 @@ enum class BusError : int {
   kUnexpectedFrame = 257,
   kNotARequest = 258,
   kNoCommand = 259,
+  kRequestTooLarge = 260,
 
   // Sockets and their paths.
   kBadPath = 270,

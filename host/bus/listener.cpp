@@ -1,6 +1,7 @@
 #include "host/bus/listener.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <utility>
@@ -49,6 +50,17 @@ std::unique_ptr<Listener> Listener::Open(const ListenOptions& options, BusFailur
   return listener->Create(failure) ? std::move(listener) : nullptr;
 }
 
+std::unique_ptr<Listener> Listener::Adopt(SocketDescriptor socket, const std::string& name) {
+  ListenOptions options;
+  options.path = name;
+  std::unique_ptr<Listener> listener(new Listener(options));
+  listener->socket_ = std::move(socket);
+  const int fd = listener->fd();
+  // Accepting must never block, whatever its maker thought.
+  fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) | O_NONBLOCK);
+  return listener;
+}
+
 bool Listener::Create(BusFailure* failure) {
   DirectoryLock lock;  // until the socket listens, it looks like a stale one
   if (!lock.Acquire(options_.path, failure) || !RemoveStale(failure)) return false;
@@ -77,11 +89,26 @@ bool Listener::Bind(BusFailure* failure) {
   if (bind(socket_.get(), address.Get(), address.Size()) != 0) return FailSystem(failure);
   if (lstat(path, &created_) != 0) return FailSystem(failure);
   // Nobody can connect before listen, so the mode is in force before the first connection.
+  if (!ApplyAccess(failure)) return false;
+  return listen(socket_.get(), options_.backlog) == 0 || FailSystem(failure);
+}
+
+bool Listener::ApplyAccess(BusFailure* failure) const {
+  const char* path = options_.path.c_str();
   if (options_.group && lchown(path, static_cast<uid_t>(-1), *options_.group) != 0) {
     return FailSystem(failure);
   }
-  if (chmod(path, options_.mode) != 0) return FailSystem(failure);
-  return listen(socket_.get(), options_.backlog) == 0 || FailSystem(failure);
+  return chmod(path, options_.mode) == 0 || FailSystem(failure);
+}
+
+bool Listener::SetAccess(mode_t mode, std::optional<gid_t> group, BusFailure* failure) {
+  if (!OwnsPath()) {
+    *failure = MakeFailure(BusError::kNotASocket, options_.path);
+    return false;
+  }
+  options_.mode = mode;
+  options_.group = group;
+  return ApplyAccess(failure);
 }
 
 bool Listener::OwnsPath() const {
@@ -96,12 +123,17 @@ bool Listener::FailSystem(BusFailure* failure) const {
 }
 
 std::unique_ptr<Connection> Listener::Accept(const Timeouts& timeouts, BusFailure* failure) {
+  SocketDescriptor accepted = AcceptSocket(failure);
+  return accepted.valid() ? std::make_unique<Connection>(std::move(accepted), timeouts) : nullptr;
+}
+
+SocketDescriptor Listener::AcceptSocket(BusFailure* failure) {
   SocketDescriptor accepted(accept4(socket_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
-  if (accepted.valid()) return std::make_unique<Connection>(std::move(accepted), timeouts);
+  if (accepted.valid()) return accepted;
   const bool transient = IsTransient(errno);
   *failure =
       transient ? MakeFailure(BusError::kNothingToAccept) : MakeSystemFailure(errno, options_.path);
-  return nullptr;
+  return accepted;
 }
 
 void Listener::Abandon() { socket_.Close(); }

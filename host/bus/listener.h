@@ -30,6 +30,11 @@ class Listener {
   // The directory of the path has to be one that only trusted users can write to.
   static std::unique_ptr<Listener> Open(const ListenOptions& options, BusFailure* failure);
 
+  // Takes a listening stream socket over that somebody else made, and removes nothing at the end.
+  // `name` is what failures are reported of. Never null; a socket that does not listen shows when
+  // something is to be accepted.
+  static std::unique_ptr<Listener> Adopt(SocketDescriptor socket, const std::string& name);
+
   // Stops listening and removes the socket, if it still is the one that was created here. In any
   // other process than the one that called Open it only closes.
   ~Listener();
@@ -40,12 +45,20 @@ class Listener {
   // (poll fd() for POLLIN and try again), kTooManyFiles (the connection goes on waiting), kSystem.
   std::unique_ptr<Connection> Accept(const Timeouts& timeouts, BusFailure* failure);
 
+  // The same, as the mere socket, which does not block.
+  SocketDescriptor AcceptSocket(BusFailure* failure);
+
+  // Gives the socket's file another mode and group. False with the reason in `failure`: kNotASocket
+  // when the file is not the one that was created here, kNotPermitted, kSystem.
+  bool SetAccess(mode_t mode, std::optional<gid_t> group, BusFailure* failure);
+
   // Closes without removing the socket: for a child that was forked to serve a connection, which
   // would keep the socket alive after its parent's end.
   void Abandon();
 
   // For poll(). Negative after Abandon.
   int fd() const { return socket_.get(); }
+  const std::string& path() const { return options_.path; }
 
  private:
   explicit Listener(const ListenOptions& options);
@@ -53,6 +66,7 @@ class Listener {
   bool Create(BusFailure* failure);
   bool RemoveStale(BusFailure* failure);
   bool Bind(BusFailure* failure);
+  bool ApplyAccess(BusFailure* failure) const;
   bool OwnsPath() const;
   bool FailSystem(BusFailure* failure) const;
 

@@ -1,6 +1,7 @@
 #include "host/bus/serve.h"
 
 #include <optional>
+#include <string>
 
 namespace packetdb::host {
 namespace {
@@ -16,9 +17,15 @@ bool IsRequest(const TableHeader& header) {
 
 // Reads a request up to the end of its record and returns its command. Without one the connection
 // has failed.
-std::optional<int> ReceiveRequest(Connection& connection, Message& message) {
+std::optional<int> ReceiveRequest(Connection& connection, Message& message,
+                                  const RequestLimits& limits) {
   message.BeginRead();
   if (message.ReadHeader() < 0) return std::nullopt;
+  const std::size_t columns = message.received().columns.All().size();
+  if (columns > limits.columns) {
+    connection.Fail(BusError::kRequestTooLarge, std::to_string(columns) + " columns");
+    return std::nullopt;
+  }
   if (!IsRequest(message.received())) {
     connection.Fail(BusError::kNotARequest);
     return std::nullopt;
@@ -32,9 +39,10 @@ std::optional<int> ReceiveRequest(Connection& connection, Message& message) {
   return message.GetInt(kCommandColumn, nullptr);
 }
 
-bool ServeOne(Connection& connection, Dispatcher& dispatcher, const CommandObserver& observer) {
+bool ServeOne(Connection& connection, Dispatcher& dispatcher, const CommandObserver& observer,
+              const RequestLimits& limits) {
   Message message(connection);
-  const std::optional<int> command = ReceiveRequest(connection, message);
+  const std::optional<int> command = ReceiveRequest(connection, message, limits);
   if (!command) return false;
   const CommandReport report = dispatcher.Dispatch(*command, message);
   connection.Flush();
@@ -45,9 +53,9 @@ bool ServeOne(Connection& connection, Dispatcher& dispatcher, const CommandObser
 }  // namespace
 
 ServeResult ServeConnection(Connection& connection, Dispatcher& dispatcher,
-                            const CommandObserver& observer) {
+                            const CommandObserver& observer, const RequestLimits& limits) {
   ServeResult result;
-  while (ServeOne(connection, dispatcher, observer)) ++result.commands;
+  while (ServeOne(connection, dispatcher, observer, limits)) ++result.commands;
   result.end = connection.failure();
   return result;
 }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 
+#include "host/bus/columns.h"
 #include "host/bus/connection.h"
 #include "host/bus/dispatcher.h"
 
@@ -15,6 +16,11 @@ struct ServeResult {
   std::uint64_t commands = 0;  // dispatched, whatever their outcome
 };
 
+// What a request may have, within what the protocol allows; one that has more ends the connection.
+struct RequestLimits {
+  std::size_t columns = kMaxColumns;
+};
+
 // Told of every command after it was dispatched, for logs and counters. What it throws ends the
 // serving and comes out of ServeConnection.
 using CommandObserver = std::function<void(const CommandReport&)>;
@@ -22,6 +28,6 @@ using CommandObserver = std::function<void(const CommandReport&)>;
 // Returns when the connection is of no further use: the client is gone, too slow, or sent what is
 // no request. Such a client gets no reply; the caller drops the connection and logs the reason.
 ServeResult ServeConnection(Connection& connection, Dispatcher& dispatcher,
-                            const CommandObserver& observer = {});
+                            const CommandObserver& observer = {}, const RequestLimits& limits = {});
 
 }  // namespace packetdb::host

@@ -13,6 +13,8 @@ struct Timeouts {
   std::chrono::milliseconds wait = std::chrono::seconds(60);
   // For one whole frame once it is due, however many bytes arrive in between.
   std::chrono::milliseconds frame = std::chrono::seconds(10);
+  // For all frames that the peer sends in an exchange together, from the first byte of them.
+  std::chrono::milliseconds message = kNoLimit;
   // For a peer that takes nothing of what is sent to it.
   std::chrono::milliseconds send = std::chrono::seconds(30);
   // For a place in the queue of a busy server.

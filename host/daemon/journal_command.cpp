@@ -35,6 +35,21 @@ std::string NameAskedFor(const CAbstractPacketOptions& message) {
   return {name, strnlen(name, size)};
 }
 
+// Whether a query asks for so few rows by itself. Clients of the old protocol get no rows at all.
+bool IsWithin(const CAbstractPacketOptions& message, unsigned int limit) {
+  constexpr unsigned int kOptionRows = 8;
+  constexpr unsigned int kOptionVersion = 31;
+  const auto rows = static_cast<unsigned int>(message.GetInt(kOptionRows, nullptr));
+  return (rows != 0 && rows <= limit) || message.GetByte(kOptionVersion, nullptr) == 0;
+}
+
+std::string TooManyRows(unsigned int limit) {
+  return fmt::format(
+      "the answer has more than {0} rows, which is the most that anyone but root "
+      "gets; ask for less, or for the newest with --limit {0}",
+      limit);
+}
+
 std::string WhyNotServed(const OpenJournals& journals, const std::string& name) {
   if (journals.registry()->GetActualStorage(name)) {
     return {};
@@ -100,15 +115,40 @@ int JournalCommand::ServeOnce(CAbstractPacketOptions& message) {
     WriteLog(2, problem);
   }
   state_->failure = WhyNotServed(journals, NameAskedFor(message));
-  UdbDispatcher::CommandCallbacksT<int> library;
-  UdbJournalServer::RegisterCallbacks(journals.registry(), library);
-  const int status = library.front().m_callback->call(&message);
+  const int status = Answer(journals, message);
   if (status < 0) {
     state_->failure =
         "the journal could not be read, or the answer was too large for the memory "
         "that a query may use";
   }
   return status;
+}
+
+// The library answers. Where it could select more rows than this client may have, it selects at
+// most one more, and what that would be the answer to is refused.
+int JournalCommand::Answer(const OpenJournals& journals, CAbstractPacketOptions& message) {
+  UdbJournalServer library(journals.registry());
+  if (state_->row_limit == 0 || IsWithin(message, state_->row_limit)) {
+    return library.call(&message);
+  }
+  Query query;
+  query.read(&message);
+  query.m_RecCount = state_->row_limit + 1;
+  DbItemSelection selection;
+  try {
+    library.SelectRecords(query, selection);
+    if (selection.size() > state_->row_limit) {
+      state_->failure = TooManyRows(state_->row_limit);
+      WriteLog(1, state_->failure);
+      selection.clear();
+    }
+    library.SendRows(&message, selection);  // of nothing it says that there is nothing
+    return kHandled;
+  } catch (const XPacketDb& failure) {
+    udbSendCommandAnswer(&message, kAnswerNothingOrFailed);
+    WriteLog(1, fmt::format("a query failed: {}", failure.what()));
+    return failure.m_Fatal ? kCallFailed : kHandled;
+  }
 }
 
 const char* JournalCommand::desc() const { return "answering journal queries"; }

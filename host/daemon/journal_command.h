@@ -4,13 +4,15 @@
 #include <boost/shared_ptr.hpp>
 #include <string>
 
+#include "host/journals/open_journals.h"
 #include "platform/bus.h"
 
 namespace packetdb::host {
 
 // What the commands of one connection know of one another.
 struct ConnectionState {
-  std::string failure;  // why the last query failed; empty when it did not
+  std::string failure;         // why the last query failed; empty when it did not
+  unsigned int row_limit = 0;  // of an answer; 0: none
 };
 
 // Opens the journals, lets the library answer, and closes them again: a journal that appeared since
@@ -29,6 +31,7 @@ class JournalCommand : public UdbDispatcher::IUdbCallback {
  private:
   int Serve(CAbstractPacketOptions* request);
   int ServeOnce(CAbstractPacketOptions& message);
+  int Answer(const OpenJournals& journals, CAbstractPacketOptions& message);
 
   std::string directory_;
   boost::shared_ptr<ConnectionState> state_;

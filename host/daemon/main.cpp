@@ -1,14 +1,20 @@
-// packetdbd: serves the journals of a directory on a Unix socket.
+// packetdbd: journals events of the packet filter, and answers queries about them.
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <fmt/format.h>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
-#include "host/bus/listener.h"
+#include "host/config/check.h"
+#include "host/daemon/exit_code.h"
+#include "host/daemon/hardening.h"
+#include "host/daemon/load_configuration.h"
 #include "host/daemon/options.h"
-#include "host/daemon/server.h"
+#include "host/daemon/service_manager.h"
 #include "host/daemon/signals.h"
-#include "host/journals/open_journals.h"
+#include "host/daemon/supervisor.h"
 #include "host/log/escape.h"
 #include "host/log/log.h"
 #include "host/log/standard_streams.h"
@@ -16,18 +22,17 @@
 namespace packetdb::host {
 namespace {
 
-constexpr int kExitOk = 0;
-constexpr int kExitUsage = 2;
-constexpr int kExitFailed = 7;
+void Complain(const std::string& what) {
+  const std::string line = fmt::format("packetdbd: {}\n", EscapeForLog(what));
+  std::fputs(line.c_str(), stderr);
+}
 
-// Says what will be served; a directory that cannot be read ends the start.
-void ReportJournals(const std::string& directory) {
-  const OpenJournals journals(directory);
-  for (const std::string& problem : journals.problems()) {
-    WriteLog(1, problem);
+int Check(const DaemonOptions& options) {
+  const ConfigurationCheck check = CheckConfiguration(PlacesFor(options));
+  for (const std::string& line : check.lines) {
+    std::puts(line.c_str());
   }
-  WriteLog(2, fmt::format("groups in {}: {} ({})", directory, journals.groups().size(),
-                          fmt::join(journals.groups(), " ")));
+  return check.is_right ? kExitOk : kExitUsage;
 }
 
 int Run(int argc, char** argv) {
@@ -36,27 +41,24 @@ int Run(int argc, char** argv) {
   if (!ParseOptions(argc, argv, &options)) {
     return kExitOk;
   }
-  // 2. The log, so that everything after it can be reported.
-  ConfigureLog(options.log);
-  // 3. Signals, before the first process that could end.
-  Signals signals;
-  // 4. The socket; who connects from here on waits for an answer.
-  BusFailure failure;
-  const auto listener = Listener::Open({options.socket, options.socket_mode, {}}, &failure);
-  if (listener == nullptr) {
-    throw std::runtime_error(fmt::format("cannot listen at {}: {}", options.socket, failure.text));
+  if (options.check_config) {
+    return Check(options);
   }
-  // 5. The journals. One that cannot be served is reported; a directory that cannot be read ends
-  // the start, and the socket goes with it.
-  ReportJournals(options.directory);
-  WriteLog(2, fmt::format("listening at {}", options.socket));
-  Server(options, *listener, signals).Run();
-  return kExitOk;
-}
-
-void Complain(const char* what) {
-  const std::string line = fmt::format("packetdbd: {}\n", EscapeForLog(what));
-  std::fputs(line.c_str(), stderr);
+  const auto load = [&options] { return LoadFor(options); };
+  Configuration configuration = load();
+  // 2. The log, so that everything after it can be reported.
+  ConfigureLog(configuration.log);
+  // 3. What no part of the daemon ever needs.
+  HardenProcess();
+  // 4. Signals, before the first process that could end.
+  Signals signals({SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGUSR2});
+  // 5. What we are given, before a descriptor of ours could be taken for it.
+  ServiceManager manager;
+  // 6. The processes.
+  Supervisor supervisor(std::move(configuration), load,
+                        options.serve_only ? Keep::kNothing : Keep::kNetwork, manager, signals);
+  supervisor.Start();
+  return supervisor.Run();
 }
 
 }  // namespace
@@ -67,6 +69,11 @@ int main(int argc, char** argv) {
   OpenStandardStreams();
   try {
     return Run(argc, argv);
+  } catch (const ConfigurationError& error) {
+    for (const std::string& problem : error.problems()) {
+      Complain(problem);
+    }
+    return kExitUsage;
   } catch (const std::invalid_argument& error) {
     Complain(error.what());
     return kExitUsage;

@@ -34,47 +34,64 @@ LogTarget ParseLogTarget(const std::string& text) {
       fmt::format("'{}' is not a log target: give stderr, journal or syslog", text));
 }
 
+void AddRunning(CLI::App& app, DaemonOptions& options) {
+  app.add_option("-c,--config", options.config,
+                 "what to do (default: /etc/packetdb/packetdb.toml, if it is there)")
+      ->type_name("FILE");
+  app.add_flag("--check-config", options.check_config,
+               "look whether the configuration is right, and end");
+  app.add_flag("--serve-only", options.serve_only, "answer queries, take no events in");
+}
+
 void AddServing(CLI::App& app, DaemonOptions& options) {
-  app.add_option("-d,--directory", options.directory, "where the journals are")
-      ->required()
-      ->type_name("DIR");
-  app.add_option("-s,--socket", options.socket, "where to listen")->required()->type_name("PATH");
-  app.add_option("--max-connections", options.max_connections, "served at a time (default: 64)")
+  app.add_option("-d,--directory", options.directory, "where the journals are")->type_name("DIR");
+  app.add_option("-s,--socket", options.socket, "where to listen for queries")->type_name("PATH");
+  app.add_option("--metrics-socket", options.metrics_socket,
+                 "where to listen for collectors of metrics; empty: nowhere")
+      ->type_name("PATH");
+  app.add_option("--max-connections", options.max_connections, "served at a time")
       ->type_name("N")
       ->check(CLI::Range(1, 4096).description(""));
   app.add_option("--idle-timeout", options.idle_seconds,
-                 "how long a client may be silent between two queries (default: 60)")
+                 "how long a client may be silent between two queries")
       ->type_name("SECONDS")
       ->check(CLI::Range(1, 86400).description(""));
   app.add_option("--max-memory", options.max_memory_mib,
-                 "what one connection may use, 0 for no limit (default: 1024)")
+                 "what one connection may use, 0 for no limit")
       ->type_name("MIB")
       ->check(CLI::Range(0, 1 << 20).description(""));
 }
 
-void AddLog(CLI::App& app, LogOptions& log, std::string& target) {
-  app.add_option("--log-target", target, "stderr, journal or syslog (default: stderr)")
-      ->type_name("TARGET");
-  app.add_option("--log-level", log.level, "0 silent to 5 traces (default: 2)")
+void AddLog(CLI::App& app, DaemonOptions& options, std::string& target) {
+  app.add_option("--log-target", target, "stderr, journal or syslog")->type_name("TARGET");
+  app.add_option("--log-level", options.log_level, "0 silent to 5 traces")
       ->type_name("N")
       ->check(CLI::Range(kLowestLogLevel, kHighestLogLevel).description(""));
+}
+
+template <class Value>
+void Put(const std::optional<Value>& given, Value* place) {
+  if (given) {
+    *place = *given;
+  }
 }
 
 }  // namespace
 
 bool ParseOptions(int argc, char** argv, DaemonOptions* options) {
-  CLI::App app("packetdbd: serves journals of packet-filter events");
+  CLI::App app("packetdbd: journals events of the packet filter and answers queries");
   app.name("packetdbd");
   app.set_version_flag("--version", PACKETDB_VERSION);
   app.footer(
-      "SIGTERM, SIGINT and SIGHUP stop it; SIGUSR1 raises the log level by one, SIGUSR2 lowers "
+      "What is not given here is as the configuration says. SIGTERM and SIGINT stop it, SIGHUP "
+      "makes it read the configuration again; SIGUSR1 raises the log level by one, SIGUSR2 lowers "
       "it.");
   std::string socket_mode;
   std::string log_target;
+  AddRunning(app, *options);
   AddServing(app, *options);
-  app.add_option("--socket-mode", socket_mode, "who may connect (default: 0660)")
-      ->type_name("OCTAL");
-  AddLog(app, options->log, log_target);
+  app.add_option("--socket-mode", socket_mode, "who may connect")->type_name("OCTAL");
+  AddLog(app, *options, log_target);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -88,9 +105,26 @@ bool ParseOptions(int argc, char** argv, DaemonOptions* options) {
     options->socket_mode = ParseSocketMode(socket_mode);
   }
   if (!log_target.empty()) {
-    options->log.target = ParseLogTarget(log_target);
+    options->log_target = ParseLogTarget(log_target);
   }
   return true;
+}
+
+void Override(const DaemonOptions& options, Configuration* configuration) {
+  Put(options.directory, &configuration->directory);
+  Put(options.socket, &configuration->socket.path);
+  Put(options.socket_mode, &configuration->socket.mode);
+  Put(options.metrics_socket, &configuration->metrics.socket);
+  Put(options.max_connections, &configuration->limits.connections);
+  Put(options.idle_seconds, &configuration->limits.idle_seconds);
+  Put(options.max_memory_mib, &configuration->limits.memory_mib);
+  Put(options.log_target, &configuration->log.target);
+  Put(options.log_level, &configuration->log.level);
+  configuration->log.program = "packetdbd";
+  if (options.serve_only) {
+    configuration->log_groups.clear();
+    configuration->captures.clear();
+  }
 }
 
 }  // namespace packetdb::host

@@ -1,25 +1,35 @@
 // What packetdbd is started with.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <sys/types.h>
 
-#include "host/log/log.h"
+#include "host/config/configuration.h"
 
 namespace packetdb::host {
 
+// What is not given on the command line is as the configuration says.
 struct DaemonOptions {
-  std::string directory;
-  std::string socket;
-  mode_t socket_mode = 0660;
-  int max_connections = 64;   // served at a time; more of them wait
-  int idle_seconds = 60;      // a client may think this long between two queries
-  int max_memory_mib = 1024;  // of one connection's process; 0 no limit
-  LogOptions log{LogTarget::kStderr, kDefaultLogLevel, "packetdbd"};
+  std::optional<std::string> config;  // a file; none: the usual one, which may be missing
+  bool check_config = false;          // only look whether the configuration is right
+  bool serve_only = false;            // no events are taken in
+  std::optional<std::string> directory;
+  std::optional<std::string> socket;
+  std::optional<mode_t> socket_mode;
+  std::optional<std::string> metrics_socket;  // empty: none
+  std::optional<int> max_connections;
+  std::optional<int> idle_seconds;
+  std::optional<int> max_memory_mib;
+  std::optional<LogTarget> log_target;
+  std::optional<int> log_level;
 };
 
 // Reads the command line. Returns false when help or the version was asked for and printed. Throws
 // std::invalid_argument with one line that says what is wrong.
 bool ParseOptions(int argc, char** argv, DaemonOptions* options);
+
+// Puts what was given on the command line in the place of what the configuration says.
+void Override(const DaemonOptions& options, Configuration* configuration);
 
 }  // namespace packetdb::host

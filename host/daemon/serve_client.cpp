@@ -1,16 +1,14 @@
 #include "host/daemon/serve_client.h"
 
 #include <boost/make_shared.hpp>
-#include <cerrno>
-#include <cstring>
 #include <exception>
 #include <fmt/format.h>
-#include <sys/resource.h>
 
 #include "host/bus/commands.h"
 #include "host/bus/dispatcher.h"
 #include "host/bus/serve.h"
 #include "host/daemon/journal_command.h"
+#include "host/daemon/query_limits.h"
 #include "host/log/log.h"
 #include "host/status/status_commands.h"
 #include "packetdb/query.h"
@@ -22,17 +20,6 @@ namespace {
 std::string PeerText(const Connection& connection) {
   const auto peer = connection.Peer();
   return peer ? fmt::format("client (pid {}, uid {})", peer->pid, peer->uid) : "client";
-}
-
-void LimitMemory(int mebibytes) {
-  if (mebibytes == 0) {
-    return;
-  }
-  const rlim_t bytes = static_cast<rlim_t>(mebibytes) << 20;
-  const rlimit limit{bytes, bytes};
-  if (setrlimit(RLIMIT_DATA, &limit) != 0) {
-    WriteLog(1, fmt::format("cannot limit memory to {} MiB: {}", mebibytes, std::strerror(errno)));
-  }
 }
 
 void Register(Dispatcher& dispatcher, int command,
@@ -59,21 +46,29 @@ void LogEnd(const std::string& peer, const ServeResult& result) {
 
 }  // namespace
 
-void ServeClient(Connection& connection, const DaemonOptions& options) {
+void ServeClient(Connection& connection, const Configuration& configuration,
+                 const StatusPage& page) {
   const std::string peer = PeerText(connection);
-  LimitMemory(options.max_memory_mib);
+  const LimitSettings& limits = configuration.limits;
+  LimitMemory(limits.memory_mib);
+  LimitWork(limits.query_seconds);
+  connection.set_max_message(LongestRequest(limits));
   try {
     const auto state = boost::make_shared<ConnectionState>();
+    state->row_limit = RowLimitFor(limits, connection);
     Dispatcher dispatcher;
     Register(dispatcher, UDB_GET_DBQUERY,
-             boost::make_shared<JournalCommand>(options.directory, state));
+             boost::make_shared<JournalCommand>(configuration.directory, state));
     Register(dispatcher, kCommandExplain, boost::make_shared<ExplainCommand>(state));
     Register(dispatcher, kCommandStatus,
-             boost::make_shared<StatusCommand>(nullptr, options.directory));
-    Register(dispatcher, kCommandJournals, boost::make_shared<JournalsCommand>(options.directory));
-    const ServeResult result = ServeConnection(
-        connection, dispatcher, [&](const CommandReport& report) { LogCommand(peer, report); });
-    LogEnd(peer, result);
+             boost::make_shared<StatusCommand>(&page, configuration.directory));
+    Register(dispatcher, kCommandJournals,
+             boost::make_shared<JournalsCommand>(configuration.directory));
+    const auto after_command = [&](const CommandReport& report) {
+      LogCommand(peer, report);
+      LimitWork(limits.query_seconds);  // the next query has the whole time again
+    };
+    LogEnd(peer, ServeConnection(connection, dispatcher, after_command, RequestLimitsOf(limits)));
   } catch (const std::exception& error) {
     WriteLog(1, fmt::format("{}: {}", peer, error.what()));
   }

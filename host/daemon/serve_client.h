@@ -2,13 +2,15 @@
 #pragma once
 
 #include "host/bus/connection.h"
-#include "host/daemon/options.h"
+#include "host/config/configuration.h"
+#include "host/status/status_page.h"
 
 namespace packetdb::host {
 
 // Serves the connection to its end, and logs why it ended. The library keeps static buffers and
 // takes no locks, so connections are served by processes: a slow client delays nobody, and a query
 // that goes wrong is one failed query.
-void ServeClient(Connection& connection, const DaemonOptions& options);
+void ServeClient(Connection& connection, const Configuration& configuration,
+                 const StatusPage& page);
 
 }  // namespace packetdb::host

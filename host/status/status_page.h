@@ -98,6 +98,13 @@ struct DaemonStatus {
   Counter query_restarts;
   Counter intake_restarts;  // by reloads
   Counter last_event_unix;  // intake: when the newest event was journaled
+  Counter log_level;        // that all processes follow; goes up and down
+  // The moment up to which captured packets belong to the intake process that hands over; Unix
+  // time.
+  Counter handover_seconds;
+  Counter handover_nanoseconds;
+  Counter intake_beats;  // intake: turns of its loop
+  Counter query_beats;   // query process: turns of its loop
 };
 
 struct StatusPage {

@@ -42,7 +42,7 @@ TEST_P(StopTest, EndsWellAndRemovesTheSocket) {
   EXPECT_FALSE(std::filesystem::exists(daemon.socket()));
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, StopTest, testing::Values(SIGTERM, SIGINT, SIGHUP),
+INSTANTIATE_TEST_SUITE_P(Signals, StopTest, testing::Values(SIGTERM, SIGINT),
                          [](const auto& row) { return std::string(sigabbrev_np(row.param)); });
 
 TEST(DaemonLifeTest, SignalsToTheWholeTerminalOrServiceLeaveConnectionsAlone) {
@@ -91,7 +91,7 @@ TEST(DaemonLifeTest, ReaderOfTheLogThatIsGoneDoesNotEndTheDaemon) {
 TEST(DaemonLifeTest, MissingDirectoryEndsTheStartAndRemovesTheSocket) {
   const TemporaryDirectory place;
   const std::string socket = place.Path("bus");
-  const Outcome outcome = RunDaemon({"-d", place.Path("missing"), "-s", socket});
+  const Outcome outcome = RunDaemon(ServingArguments(place.Path("missing"), socket));
   EXPECT_EQ(outcome.status, kExitFailed);
   EXPECT_THAT(outcome.err, MatchesRegex("packetdbd: cannot read directory [^\n]*missing[^\n]*\n"));
   EXPECT_FALSE(std::filesystem::exists(socket));
@@ -169,8 +169,8 @@ Program::Arguments Nowhere(const Program::Arguments& more) {
 INSTANTIATE_TEST_SUITE_P(
     Arguments, BadStartTest,
     testing::Values(
-        BadStart{"Nothing", {}, kExitUsage, "--directory"},
-        BadStart{"NoSocket", {"--directory", "/tmp"}, kExitUsage, "--socket"},
+        BadStart{"NoConfiguration", Nowhere({"--config", "/nonexistent/packetdb.toml"}), kExitUsage,
+                 "/nonexistent/packetdb.toml"},
         BadStart{"UnknownOption", Nowhere({"--colour"}), kExitUsage, "--colour"},
         BadStart{"SocketMode", Nowhere({"--socket-mode", "0999"}), kExitUsage, "'0999'"},
         BadStart{"LogTarget", Nowhere({"--log-target", "printer"}), kExitUsage, "'printer'"},

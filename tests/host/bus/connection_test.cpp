@@ -281,6 +281,47 @@ TEST(Connection, OnABadDescriptorIsNotSound) {
   EXPECT_FALSE(connection.ReadFrame(Wait::kForPeer, &frame));
 }
 
+TEST(Connection, TakesNoMoreBytesInAnExchangeThanItIsTold) {
+  const std::string frame = FrameBytes(2, "payload");
+  for (const std::size_t most : {2 * frame.size(), 2 * frame.size() - 1}) {
+    RawPeer peer;
+    peer.connection.set_max_message(most);
+    peer.Send(frame + frame);
+    BusFrame read;
+    EXPECT_TRUE(peer.connection.ReadFrame(Wait::kForPeer, &read));
+    EXPECT_EQ(peer.connection.ReadFrame(Wait::kForRest, &read), most == 2 * frame.size());
+  }
+}
+
+TEST(Connection, CountsTheBytesOfEachExchangeAnew) {
+  const std::string frame = FrameBytes(2, "payload");
+  RawPeer peer;
+  peer.connection.set_max_message(frame.size());
+  peer.Send(frame + frame);
+  BusFrame read;
+  EXPECT_TRUE(peer.connection.ReadFrame(Wait::kForPeer, &read));
+  EXPECT_TRUE(peer.connection.ReadFrame(Wait::kForPeer, &read));
+}
+
+TEST(Connection, GivesUpOnAMessageWhoseFramesTogetherTakeTooLong) {
+  Timeouts timeouts = PatientTimeouts();
+  timeouts.message = ShortTimeouts().frame;
+  RawPeer peer(timeouts);
+  peer.Send(FrameBytes(2, "whole"));
+  BusFrame read;
+  ASSERT_TRUE(peer.connection.ReadFrame(Wait::kForPeer, &read));
+  EXPECT_FALSE(peer.connection.ReadFrame(Wait::kForRest, &read));
+  EXPECT_EQ(peer.connection.failure().code, BusError::kTimedOut);
+}
+
+TEST(Deadline, EndsWithTheOneThatItLiesIn) {
+  Deadline over(std::chrono::milliseconds(0));
+  Deadline never(kNoLimit);
+  EXPECT_EQ(Deadline(kNoLimit, &over).RemainingForPoll(), 0);
+  EXPECT_EQ(Deadline(std::chrono::milliseconds(0), &never).RemainingForPoll(), 0);
+  EXPECT_EQ(Deadline(kNoLimit, &never).RemainingForPoll(), -1);
+}
+
 TEST(Deadline, WithoutALimitNeverEnds) { EXPECT_EQ(Deadline(kNoLimit).RemainingForPoll(), -1); }
 
 TEST(Deadline, OfNothingIsOverAtOnce) {

@@ -51,7 +51,7 @@ TEST(BusErrors, ComeFromErrnoByTheirMeaning) {
 
 TEST(BusErrors, OfTheProtocolAreToldFromThoseOfTheConnection) {
   EXPECT_TRUE(IsMalformed(BusError::kBadFrameLength));
-  EXPECT_TRUE(IsMalformed(BusError::kNoCommand));
+  EXPECT_TRUE(IsMalformed(BusError::kRequestTooLarge));
   EXPECT_FALSE(IsMalformed(BusError::kTimedOut));
   EXPECT_FALSE(IsMalformed(BusError::kBadPath));
 }

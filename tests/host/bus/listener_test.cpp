@@ -281,5 +281,46 @@ TEST_F(Listening, HandsAConnectionToAChildAndLosesNothingByDroppingIt) {
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
 }
 
+TEST_F(Listening, ServesASocketThatSomebodyElseMadeAndLeavesItThere) {
+  SocketDescriptor made(socket(AF_UNIX, SOCK_STREAM, 0));  // one that blocks
+  const SocketAddress address(path_);
+  ASSERT_EQ(bind(made.get(), address.Get(), address.Size()), 0);
+  ASSERT_EQ(listen(made.get(), 4), 0);
+  {
+    const auto listener = Listener::Adopt(std::move(made), "theirs");
+    EXPECT_EQ(listener->path(), "theirs");
+    EXPECT_FALSE(Accept(*listener)) << "without waiting for somebody";
+    const auto client = Connect();
+    ASSERT_TRUE(client) << failure_.text;
+    EXPECT_TRUE(Accept(*listener)) << failure_.text;
+  }
+  EXPECT_TRUE(Exists(path_));
+}
+
+TEST_F(Listening, GivesTheMereSocketToWhoAsksForIt) {
+  const auto listener = Open();
+  const auto client = Connect();
+  ASSERT_TRUE(client) << failure_.text;
+  const SocketDescriptor accepted = listener->AcceptSocket(&failure_);
+  ASSERT_TRUE(accepted.valid());
+  EXPECT_NE(fcntl(accepted.get(), F_GETFL) & O_NONBLOCK, 0);
+}
+
+TEST_F(Listening, ChangesWhoMayConnect) {
+  const auto listener = Open(0600);
+  EXPECT_TRUE(listener->SetAccess(0660, getegid(), &failure_)) << failure_.text;
+  EXPECT_EQ(ModeOf(path_), 0660u);
+}
+
+TEST_F(Listening, LeavesAFileAloneThatTookThePlaceOfItsSocket) {
+  const auto listener = Open(0600);
+  ASSERT_EQ(unlink(path_.c_str()), 0);
+  std::ofstream(path_) << "text";
+  const mode_t before = ModeOf(path_);
+  EXPECT_FALSE(listener->SetAccess(0666, {}, &failure_));
+  EXPECT_EQ(failure_.code, BusError::kNotASocket);
+  EXPECT_EQ(ModeOf(path_), before);
+}
+
 }  // namespace
 }  // namespace packetdb::host

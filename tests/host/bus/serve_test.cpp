@@ -189,5 +189,27 @@ TEST(Serve, EndsWhenTheClientStopsReading) {
   EXPECT_EQ(last_error, 8);
 }
 
+// A request with so many columns, the command among them.
+std::string WideRequest(unsigned int columns) {
+  std::string header = Big32(1) + Big32(1) + std::string{'\0', static_cast<char>(columns)};
+  for (unsigned int id = 0; id < columns; ++id) {
+    header += Big32(0x80000000U | id) + Big32(4);
+  }
+  return FrameBytes(1, header) + FrameBytes(2, std::string(columns * 4, '\1'));
+}
+
+TEST(Serve, EndsAtARequestOfMoreColumnsThanItTakes) {
+  const auto serving_ends_with = [](unsigned int columns) {
+    RawPeer peer;
+    peer.SendAndClose(WideRequest(columns));
+    Dispatcher dispatcher;
+    return ServeConnection(peer.connection, dispatcher, {}, {.columns = 3}).end;
+  };
+  EXPECT_EQ(serving_ends_with(3).code, BusError::kPeerClosed);
+  EXPECT_EQ(serving_ends_with(4).code, BusError::kRequestTooLarge);
+  EXPECT_EQ(serving_ends_with(4).text,
+            "a request has more bytes or columns than the server takes: 4 columns");
+}
+
 }  // namespace
 }  // namespace packetdb::host

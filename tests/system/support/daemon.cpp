@@ -1,5 +1,6 @@
 #include "tests/system/support/daemon.h"
 
+#include <fstream>
 #include <gtest/gtest.h>
 
 #include "tests/system/support/eventually.h"
@@ -14,9 +15,13 @@ constexpr bool kLimitsMemory = !PACKETDB_ADDRESS_SANITIZER;
 
 }  // namespace
 
+std::string ServingConfiguration() { return PACKETDB_SERVING_CONFIGURATION; }
+
 Program::Arguments ServingArguments(const std::string& directory, const std::string& socket,
-                                    const Program::Arguments& options) {
-  Program::Arguments all = {"--directory", directory, "--socket", socket};
+                                    const Program::Arguments& options, const std::string& config) {
+  Program::Arguments all = {"--serve-only", "--config",         config,
+                            "--directory",  directory,          "--socket",
+                            socket,         "--metrics-socket", ""};
   if (!kLimitsMemory) {
     all.insert(all.end(), {"--max-memory", "0"});
   }
@@ -25,9 +30,13 @@ Program::Arguments ServingArguments(const std::string& directory, const std::str
 }
 
 Daemon::Daemon(const std::string& directory, const Program::Arguments& options)
+    : Daemon(directory, options, ServingConfiguration()) {}
+
+Daemon::Daemon(const std::string& directory, const Program::Arguments& options,
+               const std::string& config)
     : place_("pdb socket"),
       socket_(place_.Path("bus")),
-      program_(DaemonCommand(ServingArguments(directory, socket_, options))) {
+      program_(DaemonCommand(ServingArguments(directory, socket_, options, config))) {
   const bool settled = Eventually(
       [this] { return CountInLog("listening at " + socket_) != 0 || program_.HasEnded(); });
   EXPECT_TRUE(settled && !program_.HasEnded()) << Log();
@@ -44,6 +53,26 @@ std::size_t Daemon::CountInLog(const std::string& text) const {
 
 bool Daemon::LogSays(const std::string& text) const {
   return Eventually([&] { return CountInLog(text) != 0; });
+}
+
+std::vector<pid_t> Daemon::Children() const {
+  std::vector<pid_t> connections;
+  for (const pid_t child : ChildrenOf(program_.pid())) {
+    const std::vector<pid_t> of_child = ChildrenOf(child);
+    connections.insert(connections.end(), of_child.begin(), of_child.end());
+  }
+  return connections;
+}
+
+pid_t ChildNamed(pid_t parent, const std::string& name) {
+  for (const pid_t child : ChildrenOf(parent)) {
+    std::ifstream file("/proc/" + std::to_string(child) + "/comm");
+    std::string shown;
+    if (std::getline(file, shown) && shown == name) {
+      return child;
+    }
+  }
+  return 0;
 }
 
 bool Daemon::BecomesIdle() const {

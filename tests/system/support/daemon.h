@@ -10,9 +10,12 @@ namespace packetdb::host::test {
 
 class Daemon {
  public:
-  // Serves the journals of `directory` on a socket of its own, and returns when it listens. Fails
-  // the test when it ends instead. `options` must not make it silent.
+  // Serves the journals of `directory` on a socket of its own, takes nothing in, and returns when
+  // it listens. Fails the test when it ends instead. `options` must not make it silent.
   explicit Daemon(const std::string& directory, const Program::Arguments& options = {});
+  // The same with a configuration of its own.
+  Daemon(const std::string& directory, const Program::Arguments& options,
+         const std::string& config);
 
   const std::string& socket() const { return socket_; }
   Program& program() { return program_; }
@@ -23,8 +26,8 @@ class Daemon {
   // Waits for it; false when it does not come.
   bool LogSays(const std::string& text) const;
 
-  // The processes that serve connections.
-  std::vector<pid_t> Children() const { return ChildrenOf(program_.pid()); }
+  // The processes that serve connections: children of the query process.
+  std::vector<pid_t> Children() const;
   // Waits until nobody is served: a client's end reaches the daemon a moment after the client.
   bool BecomesIdle() const;
 
@@ -37,8 +40,16 @@ class Daemon {
   Program program_;
 };
 
-// The arguments behind `packetdbd` that serve `directory` at `socket`, with what this build needs.
+// The child of that process that is shown under this name; 0 when there is none.
+pid_t ChildNamed(pid_t parent, const std::string& name);
+
+// A configuration by which one user may connect as often as all together: tests are one user.
+std::string ServingConfiguration();
+
+// The arguments behind `packetdbd` that serve `directory` at `socket` and nothing else, with what
+// this build needs.
 Program::Arguments ServingArguments(const std::string& directory, const std::string& socket,
-                                    const Program::Arguments& options = {});
+                                    const Program::Arguments& options = {},
+                                    const std::string& config = ServingConfiguration());
 
 }  // namespace packetdb::host::test

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "tests/system/support/eventually.h"
+#include "tests/system/support/sanitizer.h"
 
 namespace packetdb::host::test {
 
@@ -51,6 +52,18 @@ bool DropOverrides() {
                             prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH) == 0);
 }
 
+// Moved out of the way first, so that none is overwritten before it was copied.
+void PassOn(const std::vector<int>& descriptors) {
+  constexpr int kAway = 500;
+  constexpr int kFirst = 3;
+  for (std::size_t i = 0; i < descriptors.size(); ++i) {
+    dup3(descriptors[i], kAway + static_cast<int>(i), O_CLOEXEC);
+  }
+  for (std::size_t i = 0; i < descriptors.size(); ++i) {
+    dup2(kAway + static_cast<int>(i), kFirst + static_cast<int>(i));
+  }
+}
+
 // In the child: only what is safe between fork and exec.
 [[noreturn]] void BecomeProgram(char** arguments, const std::array<int, 3>& standard,
                                 const ProgramOptions& options) {
@@ -59,6 +72,7 @@ bool DropOverrides() {
   for (int i = 0; i < 3; ++i) {
     dup2(standard[static_cast<std::size_t>(i)], i);
   }
+  PassOn(options.descriptors);
   if (!options.obeys_modes || DropOverrides()) {
     execv(arguments[0], arguments);
   }
@@ -127,8 +141,15 @@ Program::Arguments Command(const Program::Arguments& arguments) {
   return all;
 }
 
+std::string DaemonPath() { return PACKETDB_DAEMON; }
+
 Program::Arguments DaemonCommand(const Program::Arguments& arguments) {
-  Program::Arguments all = {PACKETDB_DAEMON};
+  Program::Arguments all;
+  if (PACKETDB_ADDRESS_SANITIZER) {
+    // At the end its leak checker would look into the process, which nobody may.
+    all = {"/usr/bin/env", "ASAN_OPTIONS=detect_leaks=0"};
+  }
+  all.push_back(DaemonPath());
   all.insert(all.end(), arguments.begin(), arguments.end());
   return all;
 }

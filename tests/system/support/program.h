@@ -14,6 +14,8 @@ struct ProgramOptions {
   int output = -1;  // its standard output; -1: kept for Out()
   // Root passes every permission check; with this it has to obey the modes of files like anybody.
   bool obeys_modes = false;
+  // Descriptors that it gets as 3, 4 ...
+  std::vector<int> descriptors;
 };
 
 // How a program ended and what it printed.
@@ -61,6 +63,8 @@ std::vector<pid_t> ChildrenOf(pid_t parent);
 
 // `packetdb` with these arguments.
 Program::Arguments Command(const Program::Arguments& arguments);
+// Where `packetdbd` is.
+std::string DaemonPath();
 // `packetdbd` with these arguments.
 Program::Arguments DaemonCommand(const Program::Arguments& arguments);
 // Runs `packetdb` with these arguments to its end.

@@ -1,0 +1,142 @@
+// The part of the supervisor that puts one configuration into the place of another: wholly, or not
+// at all.
+#include <fmt/format.h>
+#include <stdexcept>
+#include <utility>
+
+#include "host/config/changes.h"
+#include "host/config/load.h"
+#include "host/daemon/exit_code.h"
+#include "host/daemon/supervisor.h"
+#include "host/log/log.h"
+
+namespace packetdb::host {
+
+namespace {
+
+constexpr std::chrono::seconds kHandOverPatience(60);
+
+// Longer than intake takes to notice a signal.
+constexpr std::chrono::milliseconds kNotice(200);
+
+void Report(const std::vector<ConfigurationChange>& changes) {
+  WriteLog(2, fmt::format("configuration read again: {} change{}", changes.size(),
+                          changes.size() == 1 ? "" : "s"));
+  for (const ConfigurationChange& change : changes) {
+    if (change.effect == Effect::kRestart) {
+      WriteLog(1, fmt::format("needs a restart: {}", change.text));
+    } else {
+      WriteLog(2, change.text);
+    }
+  }
+}
+
+}  // namespace
+
+void Supervisor::Reload() {
+  manager_.Reloading();
+  try {
+    const Configuration loaded = load_();
+    const auto changes = Changes(configuration_, loaded);
+    Replace(WithoutRestart(configuration_, loaded));
+    page_->daemon.reloads.Add(1);
+    Report(changes);
+  } catch (const ConfigurationError& error) {
+    for (const std::string& problem : error.problems()) {
+      WriteLog(1, problem);
+    }
+    ReloadFailed("the configuration is not right");
+  } catch (const std::exception& error) {
+    ReloadFailed(error.what());
+  }
+  manager_.Ready(StatusText());
+}
+
+void Supervisor::ReloadFailed(const char* why) const {
+  page_->daemon.failed_reloads.Add(1);
+  WriteLog(1, fmt::format("reload failed, everything stays as it was: {}", why));
+}
+
+void Supervisor::Replace(const Configuration& next) {
+  Opened opened = Prepare(next);
+  // Nobody is kept from anything by a second query process, so it comes first: when it cannot
+  // start, intake has not even noticed.
+  Child queries;
+  try {
+    queries = StartQueries(next, opened);
+    SwapIntake(next, opened);
+  } catch (...) {
+    const RaisedCapabilities raised;
+    opened_.sources.Restore(configuration_);
+    throw;
+  }
+  opened.sources.Store(manager_, &opened_.sources);
+  ApplyAccess(opened.sockets, next);
+  opened_ = std::move(opened);
+  configuration_ = next;
+  SetUpLog(next.log);
+  RetireQueries(std::move(queries));
+}
+
+// Captures of the two configurations run side by side for a moment.
+Supervisor::Opened Supervisor::Prepare(const Configuration& next) {
+  const RaisedCapabilities raised;
+  Opened opened;
+  opened.sockets = ReopenServerSockets(opened_.sockets, configuration_, next);
+  opened.sources = opened_.sources.Reopen(configuration_, next);
+  return opened;
+}
+
+void Supervisor::SwapIntake(const Configuration& next, Opened& opened) {
+  // Not yet come: intake must not have journaled what is its successor's.
+  const Moment cut = Now() + kNotice;
+  HandIntakeOver(cut);
+  try {
+    intake_ = StartIntake(next, opened, cut);
+    page_->daemon.intake_restarts.Add(1);
+  } catch (const std::exception&) {
+    RecoverIntake();
+    throw;
+  }
+}
+
+void Supervisor::HandIntakeOver(Moment cut) {
+  if (!intake_) {
+    return;
+  }
+  page_->daemon.handover_seconds.Set(static_cast<std::uint64_t>(cut.seconds));
+  page_->daemon.handover_nanoseconds.Set(cut.nanoseconds);
+  intake_->Signal(HandOverSignal());
+  if (!intake_->AwaitEnd(kHandOverPatience) || !intake_->ended_well()) {
+    WriteLog(1,
+             fmt::format("{}, when it was to hand over, {}", intake_->name(), intake_->EndText()));
+  }
+  intake_.reset();
+}
+
+// The one before again. Without an intake process there is no daemon.
+void Supervisor::RecoverIntake() {
+  try {
+    {
+      const RaisedCapabilities raised;
+      opened_.sources.Restore(configuration_);
+      opened_.sources.ReopenCaptures(configuration_);
+    }
+    intake_ = StartIntake(configuration_, opened_, std::nullopt);
+  } catch (const std::exception& error) {
+    WriteLog(1, fmt::format("events are journaled no longer, stopping: {}", error.what()));
+    ending_ = kExitIntakeDied;
+  }
+}
+
+// What it answers it answers to the end; whoever connects from now on comes to its successor.
+void Supervisor::RetireQueries(Child successor) {
+  if (queries_) {
+    queries_->Signal(HandOverSignal());
+    retired_.push_back(std::move(queries_));
+  }
+  queries_ = std::move(successor);
+  queries_started_ = Clock::now();
+}
+
+}  // namespace packetdb::host
