@@ -22,12 +22,14 @@ constexpr int kExitUnreachable = 3;
 constexpr int kExitNotPermitted = 4;
 constexpr int kExitFailed = 7;
 
-// A daemon over two groups: "core" with two records, "edge" with one.
+// Two groups: "core" with two records on eth0, "edge" with one on eth1.
 class StatusTest : public testing::Test {
  protected:
   StatusTest() {
     Journal(journals_.path(), "core", {EventAt(0), EventAt(1)});
-    Journal(journals_.path(), "edge", {EventAt(5)});
+    SeenEvent on_eth1 = EventAt(5);
+    on_eth1.interface = "eth1";
+    Journal(journals_.path(), "edge", {on_eth1});
   }
 
   static Outcome Run(const Daemon& daemon, const Program::Arguments& arguments,
@@ -73,7 +75,10 @@ TEST_F(StatusTest, TellsOfVersionsAndJournals) {
 
 TEST_F(StatusTest, FollowsAWriter) {
   const Daemon daemon(journals_.path());
-  GroupWriter writer({.directory = journals_.path(), .group = "core"});
+  GroupOptions options;
+  options.directory = journals_.path();
+  options.group = "core";
+  GroupWriter writer(options);
   writer.Add(EventAt(9).event, "eth0");
   const nlohmann::json core = Status(daemon).at("journals")[0];
   EXPECT_EQ(core.at("records"), 3);
@@ -108,17 +113,26 @@ TEST_F(StatusTest, ListsGroupsAndInterfaces) {
   const Daemon daemon(journals_.path());
   std::vector<std::string> told;
   for (const nlohmann::json& row : Names(daemon)) {
-    told.push_back(row.at("kind").get<std::string>() + " " + row.at("name").get<std::string>() +
-                   (row.at("served").get<bool>() ? "" : " not served"));
+    told.push_back(row.at("kind").get<std::string>() + " " + row.at("name").get<std::string>());
+    EXPECT_EQ(row.at("served"), true);
   }
-  EXPECT_THAT(
-      told, ElementsAre("group core", "interface eth0", "group edge", "interface eth0 not served"));
+  EXPECT_THAT(told, ElementsAre("group core", "interface eth0", "group edge", "interface eth1"));
+}
+
+TEST_F(StatusTest, ListsAnInterfaceOfTwoGroupsTwice) {
+  Journal(journals_.path(), "lab", {EventAt(0)});
+  const Daemon daemon(journals_.path());
+  const std::vector<nlohmann::json> rows = Names(daemon);
+  ASSERT_EQ(rows.size(), 7U);
+  EXPECT_EQ(rows[5].at("name"), "eth0");
+  EXPECT_EQ(rows[5].at("journal"), "lab");
+  EXPECT_EQ(rows[5].at("served"), false);
+  EXPECT_THAT(rows[6].at("text").get<std::string>(), HasSubstr("interface eth0 of group lab"));
 }
 
 TEST_F(StatusTest, ListsWhatAQueryAnswersFor) {
   const Daemon daemon(journals_.path());
   for (const nlohmann::json& row : Names(daemon)) {
-    if (!row.at("served").get<bool>()) continue;
     const Answer answer = Ask(daemon.socket(), QueryOf(row.at("name").get<std::string>()));
     EXPECT_EQ(answer.status, 0) << row;
     EXPECT_EQ(answer.rows.size(), row.at("journal") == "core" ? 2U : 1U) << row;

@@ -1,8 +1,9 @@
 #include "host/status/journal_file.h"
 
+#include <atomic>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <unistd.h>
+#include <thread>
 
 #include "host/record_file/layout.h"
 #include "tests/host/cli/stored_journal.h"
@@ -202,6 +203,30 @@ TEST_F(JournalFileTest, RefusesAFileThatWasCut) {
   Make({0, 1, 2});
   std::filesystem::resize_file(path_, 5000);
   EXPECT_EQ(ResultOf(path_), kTruncatedFile);
+}
+
+// A ring so small that the records looked at are overwritten all the time.
+TEST_F(JournalFileTest, IsToldOfWhileItIsWritten) {
+  CDbFile writer;
+  OpenToWrite(writer, path_, JournalFormat::k4, 10);
+  std::atomic<bool> is_over = false;
+  std::thread writing([&] {
+    const PacketDbItemPacked record = RecordAt(5);
+    while (!is_over) ASSERT_GE(AppendTo(writer, JournalFormat::k4, record), 0);
+  });
+  std::uint64_t appended = 0;
+  for (int i = 0; i < 2000; ++i) {
+    const JournalFile file = Read();
+    EXPECT_LE(file.records, 10U);
+    EXPECT_EQ(file.appended, file.next);
+    EXPECT_EQ(file.appended, file.records + file.overwritten);
+    EXPECT_GE(file.appended, appended) << "never less than before";
+    EXPECT_EQ(file.oldest.value_or(kEpoch + 5), kEpoch + 5) << "never something else";
+    EXPECT_EQ(file.newest.value_or(kEpoch + 5), kEpoch + 5);
+    appended = file.appended;
+  }
+  is_over = true;
+  writing.join();
 }
 
 }  // namespace
