@@ -13,7 +13,7 @@
 namespace packetdb::host {
 namespace {
 
-constexpr std::size_t kReadSize = 64 * 1024;
+constexpr std::size_t kReadSize = 1 << 16;
 
 std::string Reason(int error) { return std::generic_category().message(error); }
 

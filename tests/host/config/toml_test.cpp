@@ -45,6 +45,24 @@ TEST(Toml, BytesThatAreNoUtf8AreRefused) {
   EXPECT_THAT(ProblemOf("user = \"\xff\"\n"), testing::StartsWith("c.toml:1:8: this is no TOML: "));
 }
 
+// What the parser itself once took for impossible.
+TEST(Toml, AHeadWithoutANameIsRefused) {
+  for (const char* head :
+       {"[=\"a\"", "[[=", "[ .a]", "[", "[[", "[]", "[#", "[\xc3\xa4]", "[a.]"}) {
+    EXPECT_THAT(ProblemOf(std::string(head) + "\n"), testing::StartsWith("c.toml:1:")) << head;
+  }
+}
+
+// Letters at the edges of the parser's tables of blanks, which once were taken for impossible.
+TEST(Toml, LettersOutsideOfQuotesAreRefused) {
+  for (const char* letter : {"ä", "Љ", "⺮", "〱", "\xef\xba\x80", "\xef\xbb\xbc"}) {
+    EXPECT_THAT(ProblemOf(std::string("user = 05-27\"stderr\"") + letter + "\n"),
+                testing::StartsWith("c.toml:1:8: this is no TOML: "));
+    EXPECT_THAT(ProblemOf(std::string("user = \"root\"") + letter + "\n"),
+                testing::StartsWith("c.toml:1:14: this is no TOML: "));
+  }
+}
+
 TEST(Toml, LinesHave2048BytesAtMost) {
   EXPECT_EQ(ProblemOf("#" + std::string(2047, 'x') + "\n"), "");
   EXPECT_EQ(ProblemOf("\n#" + std::string(2048, 'x')),
