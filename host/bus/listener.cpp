@@ -101,16 +101,6 @@ bool Listener::ApplyAccess(BusFailure* failure) const {
   return chmod(path, options_.mode) == 0 || FailSystem(failure);
 }
 
-bool Listener::SetAccess(mode_t mode, std::optional<gid_t> group, BusFailure* failure) {
-  if (!OwnsPath()) {
-    *failure = MakeFailure(BusError::kNotASocket, options_.path);
-    return false;
-  }
-  options_.mode = mode;
-  options_.group = group;
-  return ApplyAccess(failure);
-}
-
 bool Listener::OwnsPath() const {
   struct stat status;
   return created_.st_ino != 0 && lstat(options_.path.c_str(), &status) == 0 &&

@@ -48,10 +48,6 @@ class Listener {
   // The same, as the mere socket, which does not block.
   SocketDescriptor AcceptSocket(BusFailure* failure);
 
-  // Gives the socket's file another mode and group. False with the reason in `failure`: kNotASocket
-  // when the file is not the one that was created here, kNotPermitted, kSystem.
-  bool SetAccess(mode_t mode, std::optional<gid_t> group, BusFailure* failure);
-
   // Closes without removing the socket: for a child that was forked to serve a connection, which
   // would keep the socket alive after its parent's end.
   void Abandon();

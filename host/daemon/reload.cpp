@@ -71,7 +71,6 @@ void Supervisor::Replace(const Configuration& next) {
     throw;
   }
   opened.sources.Store(manager_, &opened_.sources);
-  ApplyAccess(opened.sockets, next);
   opened_ = std::move(opened);
   configuration_ = next;
   SetUpLog(next.log);
@@ -82,7 +81,7 @@ void Supervisor::Replace(const Configuration& next) {
 Supervisor::Opened Supervisor::Prepare(const Configuration& next) {
   const RaisedCapabilities raised;
   Opened opened;
-  opened.sockets = ReopenServerSockets(opened_.sockets, configuration_, next);
+  opened.sockets = opened_.sockets;  // only a restart changes them
   opened.sources = opened_.sources.Reopen(configuration_, next);
   return opened;
 }

@@ -31,9 +31,10 @@ SocketDescriptor Reserve() { return SocketDescriptor(fcntl(STDERR_FILENO, F_DUPF
 
 }  // namespace
 
-Server::Server(const Parts& parts) : parts_(parts), reserve_(Reserve()) {}
+Server::Server(const Parts& parts) : parts_(parts) {}
 
 void Server::Run() {
+  reserve_ = Reserve();
   while (phase_ == Phase::kServing ||
          (phase_ == Phase::kHandingOver && parts_.admission.open() != 0)) {
     Turn();

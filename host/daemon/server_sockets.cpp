@@ -10,7 +10,6 @@
 
 #include "host/daemon/identity.h"
 #include "host/daemon/loopback.h"
-#include "host/log/log.h"
 
 namespace packetdb::host {
 
@@ -59,14 +58,6 @@ Opened ListenIfAsked(const std::string& path, const Configuration& configuration
 
 Opened LoopbackIfAsked(std::uint16_t port) { return port == 0 ? nullptr : ListenOnLoopback(port); }
 
-void Adapt(Listener& listener, const Configuration& configuration) {
-  BusFailure failure;
-  if (!listener.SetAccess(configuration.socket.mode, GroupOf(configuration), &failure)) {
-    WriteLog(1,
-             fmt::format("cannot change who may connect to {}: {}", listener.path(), failure.text));
-  }
-}
-
 }  // namespace
 
 std::vector<Listener*> ServerSockets::all_metrics() const {
@@ -83,42 +74,16 @@ ServerSockets OpenServerSockets(const Configuration& configuration, ServiceManag
   ServerSockets sockets;
   if (auto given = manager.TakeQuerySocket(); given) {
     sockets.query = Listener::Adopt(std::move(*given), "the socket of the service manager");
-    sockets.query_is_given = true;
   } else {
     sockets.query = Listen(configuration.socket.path, configuration);
   }
   if (auto given = manager.TakeMetricsSocket(); given) {
     sockets.metrics = Listener::Adopt(std::move(*given), "the metrics socket");
-    sockets.metrics_is_given = true;
   } else {
     sockets.metrics = ListenIfAsked(configuration.metrics.socket, configuration);
   }
   sockets.loopback = LoopbackIfAsked(configuration.metrics.loopback_port);
   return sockets;
-}
-
-ServerSockets ReopenServerSockets(const ServerSockets& sockets, const Configuration& before,
-                                  const Configuration& after) {
-  ServerSockets next = sockets;
-  if (!sockets.query_is_given && after.socket.path != before.socket.path) {
-    next.query = Listen(after.socket.path, after);
-  }
-  if (!sockets.metrics_is_given && after.metrics.socket != before.metrics.socket) {
-    next.metrics = ListenIfAsked(after.metrics.socket, after);
-  }
-  if (after.metrics.loopback_port != before.metrics.loopback_port) {
-    next.loopback = LoopbackIfAsked(after.metrics.loopback_port);
-  }
-  return next;
-}
-
-void ApplyAccess(const ServerSockets& sockets, const Configuration& configuration) {
-  if (!sockets.query_is_given) {
-    Adapt(*sockets.query, configuration);
-  }
-  if (!sockets.metrics_is_given && sockets.metrics != nullptr) {
-    Adapt(*sockets.metrics, configuration);
-  }
 }
 
 }  // namespace packetdb::host

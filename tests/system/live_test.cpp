@@ -116,6 +116,8 @@ TEST_F(LiveTest, NoProcessHasRightsThatItDoesNotNeed) {
 TEST_F(LiveTest, MetricsAreServedOnTheirSocketAndOnAPortOfThisMachine) {
   place_.Configure("loopback_port = 9469\n");
   Start();
+  network_.Send(kPort, 10);
+  ASSERT_TRUE(EverythingIsJournaled(network_, place_));
   const RawClient client(place_.metrics());
   client.Send("GET /metrics HTTP/1.1\r\nHost: here\r\n\r\n");
   EXPECT_THAT(client.Receive(1 << 20), HasSubstr("packetdb_events_received_total"));

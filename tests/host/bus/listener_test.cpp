@@ -306,21 +306,5 @@ TEST_F(Listening, GivesTheMereSocketToWhoAsksForIt) {
   EXPECT_NE(fcntl(accepted.get(), F_GETFL) & O_NONBLOCK, 0);
 }
 
-TEST_F(Listening, ChangesWhoMayConnect) {
-  const auto listener = Open(0600);
-  EXPECT_TRUE(listener->SetAccess(0660, getegid(), &failure_)) << failure_.text;
-  EXPECT_EQ(ModeOf(path_), 0660u);
-}
-
-TEST_F(Listening, LeavesAFileAloneThatTookThePlaceOfItsSocket) {
-  const auto listener = Open(0600);
-  ASSERT_EQ(unlink(path_.c_str()), 0);
-  std::ofstream(path_) << "text";
-  const mode_t before = ModeOf(path_);
-  EXPECT_FALSE(listener->SetAccess(0666, {}, &failure_));
-  EXPECT_EQ(failure_.code, BusError::kNotASocket);
-  EXPECT_EQ(ModeOf(path_), before);
-}
-
 }  // namespace
 }  // namespace packetdb::host

@@ -48,7 +48,7 @@ DaemonPlace::DaemonPlace() : place_("pdb live") {
 }
 
 void DaemonPlace::Configure(const std::string& more) const {
-  const std::string memory = PACKETDB_ADDRESS_SANITIZER ? "memory_mib = 0\n" : "";
+  const std::string memory = PACKETDB_ADDRESS_SANITIZER ? "memory = 0\n" : "";
   place_.File("packetdb.toml", "directory = '" + journals() + "'\n[socket]\npath = '" + socket() +
                                    "'\n[limits]\nconnections_per_user = 4096\n" + memory +
                                    "[metrics]\nsocket = '" + metrics() + "'\n" + more);
