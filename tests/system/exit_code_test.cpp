@@ -171,7 +171,7 @@ TEST(ExitCodeTest, SocketOfOthersIsNotPermitted) {
 TEST(ExitCodeTest, DaemonThatDoesNotAnswerIsGivenUp) {
   const TemporaryDirectory journals;
   Daemon daemon(journals.path());
-  daemon.program().Signal(SIGSTOP);
+  daemon.program().SignalAll(SIGSTOP);
   ExpectOneLine(RunCommand({"query", "edge", "-s", daemon.socket(), "--timeout", "1"}), kExitFailed,
                 "the peer took too long");
 }

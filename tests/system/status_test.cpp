@@ -163,8 +163,9 @@ TEST_F(StatusTest, ExitsAsAQueryDoes) {
     EXPECT_EQ(outcome.out, "");
     EXPECT_THAT(outcome.err, MatchesRegex("packetdb: [^\n]*permission was denied[^\n]*\n"));
   }
-  daemon.program().Signal(SIGSTOP);
+  daemon.program().SignalAll(SIGSTOP);
   EXPECT_EQ(Run(daemon, {"status", "--timeout", "1"}).status, kExitFailed);
+  daemon.program().SignalAll(SIGKILL);
   daemon.Stop(SIGKILL);
   EXPECT_EQ(Run(daemon, {"journals"}).status, kExitUnreachable);
 }

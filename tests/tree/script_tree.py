@@ -35,7 +35,7 @@ class ScriptTest(canary.TreeTest):
         self.results("run", "run")
         self.write("src/a.cpp")
         database = [{"file": str(self.root / name)} for name in ("src/a.cpp", "tests/b.cpp")]
-        self.write("build/dev/compile_commands.json", json.dumps(database))
+        self.write("build/clang/compile_commands.json", json.dumps(database))
 
     def stand_in(self, program, lines):
         text = f'#!/bin/bash\necho "{program} $*" >>"$HOME/calls"\n{lines}\n'

@@ -46,10 +46,6 @@ class Test(script_tree.ScriptTest):
         self.stand_in("cmake", 'case "$*" in *clang*) exit 1 ;; esac')
         self.assertEqual(self.last_line(fails=True), "4 passed, 1 failed")
 
-    def test_lint_failure_fails(self):
-        self.stand_in("clang-tidy", "echo a.cpp:1: bad; exit 1")
-        self.assertEqual(self.last_line(fails=True), "6 passed, 1 failed")
-
     def test_failed_installation_fails(self):
         self.write("missing", "cmake\n")
         self.stand_in("apt-get", "exit 100")
@@ -69,10 +65,10 @@ class Lint(script_tree.ScriptTest):
     def test_looks_at_the_sources_that_the_build_compiles(self):
         self.assertEqual(self.call("scripts/lint").returncode, 0)
         self.assertEqual(self.calls("clang-tidy"),
-                         [f"clang-tidy -p build/dev --quiet {self.root}/src/a.cpp"])
+                         [f"clang-tidy -p build/clang --quiet {self.root}/src/a.cpp"])
 
     def test_seeing_nothing_fails(self):
-        self.write("build/dev/compile_commands.json", "[]")
+        self.write("build/clang/compile_commands.json", "[]")
         self.assertEqual(self.call("scripts/lint").returncode, 1)
 
     def test_findings_are_shown(self):

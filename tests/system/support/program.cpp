@@ -108,6 +108,8 @@ Program::~Program() {
 
 void Program::Signal(int signal) const { Checked(kill(pid_, signal), "sending a signal"); }
 
+void Program::SignalAll(int signal) const { kill(-pid_, signal); }
+
 void Program::Reap(int options) { ended_ = waitpid(pid_, &wait_status_, options) == pid_; }
 
 bool Program::HasEnded() {

@@ -40,6 +40,8 @@ class Program {
 
   pid_t pid() const { return pid_; }
   void Signal(int signal) const;
+  // To all of its process group.
+  void SignalAll(int signal) const;
   bool HasEnded();
   // Waits for its end; one that does not come in kPatience fails the test.
   Outcome Wait();
