@@ -136,7 +136,11 @@ class Trial {
         fmt::format("{} at byte {} and {}", name, patches.front().offset, patches.back().offset);
     if (touched.empty()) ++without_effect_;
     if (HasTwoSuperblocks(patches) && !touched.empty()) {
-      RequireRefusal(where);
+      RequireRefusal(host::kAbsurdHeader, where);
+      return;
+    }
+    if (HurtsBothSuperblocks(touched)) {
+      RequireRefusal(host::kDamagedHeader, where);
       return;
     }
     const Examined examined = Examine(file_.path());
@@ -160,13 +164,19 @@ class Trial {
     });
   }
 
-  // Nobody can tell which of them is the right one, and so nobody touches the file.
-  void RequireRefusal(const std::string& where) {
+  // As a swap of two sectors may.
+  static bool HurtsBothSuperblocks(const std::set<std::uint64_t>& touched) {
+    const auto b = touched.lower_bound(host::kSuperblockBOffset);
+    return b != touched.begin() && b != touched.end() && *b < host::kStateOffset;
+  }
+
+  // Nobody can tell what is right, and so nobody touches the file.
+  void RequireRefusal(int result, const std::string& where) {
     const Bytes before = ReadFile(file_.path());
     for (const int mode : {0, kWrite}) {
       const Reading reading = ReadAll(file_.path(), history_, mode);
-      if (reading.result != host::kAbsurdHeader || reading.served + reading.wrong != 0) {
-        tally_.Violate("two superblocks that differ are refused", where);
+      if (reading.result != result || reading.served + reading.wrong != 0) {
+        tally_.Violate("a file without one superblock to believe is refused", where);
       }
     }
     if (ReadFile(file_.path()) != before) tally_.Violate("a refused file is as before", where);
