@@ -41,7 +41,7 @@ netlink_qtimeout=1
 """
 JSON = "[out1]\nfile=\"{place}/events.json\"\nsync=0\n"
 SQLITE = "[out1]\ntable=\"ulog\"\ndb=\"{place}/events.sqlite3\"\n"
-TABLE = """CREATE TABLE ulog (id INTEGER PRIMARY KEY AUTOINCREMENT, oob_time_sec, oob_time_usec,
+TABLE = """CREATE TABLE ulog (oob_time_sec, oob_time_usec,
   oob_prefix, oob_mark, oob_in, oob_out, ip_saddr, ip_daddr, ip_totlen, ip_protocol,
   udp_sport, udp_dport)"""
 
