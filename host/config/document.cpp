@@ -23,6 +23,7 @@
 #include <toml++/toml.h>
 
 #include "host/config/line_rules.h"
+#include "host/config/written.h"
 
 namespace packetdb::host {
 namespace {
@@ -115,7 +116,7 @@ std::optional<Node> ParseDocument(std::string_view text, std::size_t file, Probl
     const toml::parse_error& error = parsed.error();
     const toml::source_position begin = error.source().begin;
     problems.Add({file, begin.line, begin.column},
-                 fmt::format("this is no TOML: {}", error.description()));
+                 fmt::format("this is no TOML: {}", WithoutControl(error.description())));
     return std::nullopt;
   }
   Converter converter(file, problems);

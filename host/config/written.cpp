@@ -32,20 +32,26 @@ struct Writer {
 
 }  // namespace
 
-std::string Quoted(std::string_view text) {
-  std::string quoted = "\"";
+std::string WithoutControl(std::string_view text) {
+  std::string escaped;
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
-    if (c == '"' || c == '\\') {
-      quoted += '\\';
-      quoted += c;
-    } else if (byte < 0x20 || byte == 0x7F) {
-      fmt::format_to(std::back_inserter(quoted), "\\u{:04X}", byte);
+    if (byte < 0x20 || byte == 0x7F) {
+      fmt::format_to(std::back_inserter(escaped), "\\u{:04X}", byte);
     } else {
-      quoted += c;
+      escaped += c;
     }
   }
-  return quoted + '"';
+  return escaped;
+}
+
+std::string Quoted(std::string_view text) {
+  std::string marked;
+  for (const char c : text) {
+    if (c == '"' || c == '\\') marked += '\\';
+    marked += c;
+  }
+  return '"' + WithoutControl(marked) + '"';
 }
 
 std::string QuotedList(const std::vector<std::string>& texts) {

@@ -9,6 +9,8 @@
 
 namespace packetdb::host {
 
+// The text with control characters as TOML escapes them, so that it is one line.
+std::string WithoutControl(std::string_view text);
 // The text between double quotes, with what TOML wants escaped.
 std::string Quoted(std::string_view text);
 // ["a", "b"]

@@ -14,6 +14,13 @@ TEST(Toml, WhatIsNoneIsRefusedWhereItEnds) {
   EXPECT_THAT(ProblemOf("user = \"a\n"), testing::StartsWith("c.toml:1:10: this is no TOML: "));
 }
 
+TEST(Toml, WhatTheParserSaysOfAnEndOfLineIsOneLine) {
+  const std::vector<std::string> problems = ProblemsOf("user = \"a\"]\n[log]\nlevel = n\n");
+  ASSERT_EQ(problems.size(), 1U);
+  EXPECT_EQ(ProblemsOf("level = n\n")[0].find('\n'), std::string::npos);
+  EXPECT_EQ(problems[0].find('\n'), std::string::npos);
+}
+
 TEST(Toml, AKeyIsGivenOncePerFile) {
   EXPECT_THAT(ProblemOf("intake = true\nintake = false\n"), testing::StartsWith("c.toml:2:"));
 }
