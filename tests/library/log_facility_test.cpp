@@ -1,5 +1,6 @@
 // Hosts whose logging facility is missing, bare or failing: the library does its work all the same.
 #include <cstdlib>
+#include <gtest/gtest.h>
 #include <new>
 
 #include "packetdb/query.h"
