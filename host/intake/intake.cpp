@@ -12,33 +12,21 @@
 #include "host/intake/journal_slot.h"
 #include "host/intake/node_memo.h"
 #include "host/intake/node_table.h"
-#include "host/intake/page_rows.h"
 #include "host/intake/prefix_table.h"
 #include "host/intake/route_table.h"
 #include "host/intake/rule_numbers.h"
 #include "host/intake/rule_set.h"
 #include "host/intake/source_row.h"
 #include "host/sources/event.h"
+#include "host/status/shared_page.h"
 
 namespace packetdb::host {
 
 namespace {
 
 // Names are what the rows go by.
-std::string NameOf(const ExclusionSettings& exclusion, std::size_t place) {
+std::string RowName(const ExclusionSettings& exclusion, std::size_t place) {
   return exclusion.name.empty() ? fmt::format("exclusion-{}", place + 1) : exclusion.name;
-}
-
-// Null for an exclusion that the page has no room for.
-ExclusionStatus* RowFor(StatusPage& page, const std::string& name) {
-  ExclusionStatus* row = FindRow(page.exclusions, name);
-  if (row == nullptr) {
-    row = FreeRow(page.exclusions);
-    if (row != nullptr) {
-      NameRow(*row, name);
-    }
-  }
-  return row;
 }
 
 }  // namespace
@@ -57,7 +45,7 @@ struct Intake::Parts {
   std::optional<RuleNumbers> numbers;
   RuleSet rules;
   Exclusions exclusions;
-  std::vector<ExclusionStatus*> exclusion_rows;
+  std::vector<ExclusionStatus*> exclusion_rows;  // null where the page has no room
   PrefixTable prefixes;
   NodeMemo nodes;
   RouteTable routes;
@@ -83,7 +71,8 @@ Intake::Parts::Parts(const Configuration& configuration, StatusPage& status_page
   }
   numbers.emplace(configuration.directory, page.rules);
   for (std::size_t i = 0; i < configuration.exclusions.size(); ++i) {
-    exclusion_rows.push_back(RowFor(page, NameOf(configuration.exclusions[i], i)));
+    exclusion_rows.push_back(
+        FindOrAddRow(page.exclusions, RowName(configuration.exclusions[i], i)));
   }
 }
 

@@ -3,9 +3,9 @@
 #include <fmt/format.h>
 #include <string_view>
 
-#include "host/intake/page_rows.h"
 #include "host/journals/error.h"
 #include "host/log/log.h"
+#include "host/status/shared_page.h"
 
 namespace packetdb::host {
 
@@ -23,16 +23,14 @@ GroupOptions OptionsOf(const std::string& directory, const JournalSettings& sett
   return options;
 }
 
-// The row that the journal has had since the daemon started, or a new one.
+// The row that the journal has had since the daemon started, or a new one; null when there is none.
 JournalStatus* RowFor(StatusPage& page, const std::string& name, std::uint64_t next) {
   JournalStatus* row = FindRow(page.journals, name);
-  if (row != nullptr) {
-    return row;
-  }
-  row = FreeRow(page.journals);
-  if (row != nullptr) {
-    row->first_next.Set(next);
-    NameRow(*row, name);
+  if (row == nullptr) {
+    row = FindOrAddRow(page.journals, name);
+    if (row != nullptr) {
+      row->first_next.Set(next);
+    }
   }
   return row;
 }

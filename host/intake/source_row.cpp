@@ -2,8 +2,8 @@
 
 #include <fmt/format.h>
 
-#include "host/intake/page_rows.h"
 #include "host/log/log.h"
+#include "host/status/shared_page.h"
 
 namespace packetdb::host {
 
@@ -13,21 +13,10 @@ constexpr int kFailure = 1;
 
 static_assert(kSkipReasons <= kMostReasons && kRemarks <= kMostReasons);
 
-SourceStatus* RowFor(StatusPage& page, const std::string& name) {
-  SourceStatus* row = FindRow(page.sources, name);
-  if (row == nullptr) {
-    row = FreeRow(page.sources);
-    if (row != nullptr) {
-      NameRow(*row, name);
-    }
-  }
-  return row;
-}
-
 }  // namespace
 
 SourceRow::SourceRow(StatusPage& page, const std::string& name)
-    : name_(name), row_(RowFor(page, name)) {
+    : name_(name), row_(FindOrAddRow(page.sources, name)) {
   if (row_ == nullptr) {
     WriteLog(
         kFailure,

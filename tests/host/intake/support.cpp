@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 #include <utility>
 
-#include "host/intake/page_rows.h"
 #include "host/journals/names.h"
+#include "host/status/shared_page.h"
 #include "tests/host/journals/support.h"
 
 namespace packetdb::host::test {
