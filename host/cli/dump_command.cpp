@@ -18,7 +18,7 @@ namespace packetdb::host {
 namespace {
 
 // Sequence numbers from `begin` to before `end`.
-struct Range {
+struct RecordRange {
   std::uint64_t begin = 0;
   std::uint64_t end = kMaxSequence;
 };
@@ -34,8 +34,8 @@ std::uint64_t ParseRecordNumber(const std::string& text) {
   return static_cast<std::uint64_t>(*number);
 }
 
-Range ParseRange(const DumpOptions& options) {
-  Range range;
+RecordRange ParseRange(const DumpOptions& options) {
+  RecordRange range;
   if (!options.from.empty()) {
     range.begin = ParseRecordNumber(options.from);
   }
@@ -52,7 +52,7 @@ class Dumper {
  public:
   Dumper(Snapshot& snapshot, const RecordStyle& style) : snapshot_(snapshot), style_(style) {}
 
-  RecordFileResult Dump(const Range& range) {
+  RecordFileResult Dump(const RecordRange& range) {
     RecordFileResult result = kRecordFileOk;
     for (std::uint64_t sequence = range.begin; sequence < range.end; ++sequence) {
       SnapshotRecord record;
@@ -100,7 +100,7 @@ class Dumper {
 };
 
 // The part of a range that a snapshot has.
-Range Within(const Range& range, const Snapshot& snapshot) {
+RecordRange Within(const RecordRange& range, const Snapshot& snapshot) {
   return {std::max(range.begin, snapshot.oldest()), std::min(range.end, snapshot.end())};
 }
 
@@ -114,7 +114,7 @@ void NoteThatNothingIsThere(const std::string& path, const Snapshot& snapshot) {
 }
 
 ExitCode Dump(const std::string& path, Snapshot& snapshot, const RecordStyle& style,
-              const Range& range) {
+              const RecordRange& range) {
   Dumper dumper(snapshot, style);
   const RecordFileResult result = dumper.Dump(range);
   if (!FlushOutput()) {
@@ -138,7 +138,7 @@ ExitCode RunDump(const DumpOptions& options) {
   RecordStyle style;
   style.output = ParseOutputFormat(options.output);
   style.hex = options.hex;
-  const Range asked = ParseRange(options);
+  const RecordRange asked = ParseRange(options);
   Descriptor file;
   ExitCode status = OpenToExamine(options.path, &file);
   if (status != kExitOk) {
@@ -150,7 +150,7 @@ ExitCode RunDump(const DumpOptions& options) {
     return status;
   }
   style.record_size = snapshot.facts().format.record_size;
-  const Range range = Within(asked, snapshot);
+  const RecordRange range = Within(asked, snapshot);
   if (range.begin >= range.end) {
     NoteThatNothingIsThere(options.path, snapshot);
     return kExitOk;

@@ -4,13 +4,11 @@
 #include <string>
 #include <string_view>
 
+#include "host/cli/counted.h"
+
 namespace packetdb::host {
 
 namespace {
-
-std::string Counted(std::uint64_t number, std::string_view noun) {
-  return fmt::format("{} {}{}", number, noun, number == 1 ? "" : "s");
-}
 
 void PrintReason(std::uint64_t packets, std::string_view text, std::FILE* out) {
   if (packets != 0) {

@@ -6,6 +6,7 @@
 #include "host/cli/counted.h"
 #include "host/cli/info_state.h"
 #include "host/cli/json_text.h"
+#include "host/cli/text_line.h"
 #include "host/cli/times.h"
 #include "host/journals/file_life.h"
 #include "host/log/escape.h"
@@ -39,14 +40,6 @@ std::uint64_t CoveredSeconds(const JournalSummary& summary) {
 // In how many seconds `records` more will have come at the recent rate.
 std::uint64_t SecondsUntil(std::uint64_t records, const RecentRate& rate) {
   return static_cast<std::uint64_t>(static_cast<double>(records) / rate.PerSecond());
-}
-
-void Line(std::FILE* out, std::string_view name, const std::string& text) {
-  std::fputs(fmt::format("{:<12}  {}\n", name, text).c_str(), out);
-}
-
-std::string TimeText(std::uint32_t seconds) {
-  return LocalTime(std::int64_t{seconds} + TIME_1980_OFFSET);
 }
 
 std::string RecordsText(const InfoReport& info) {
@@ -105,19 +98,19 @@ std::int64_t CreatedUnix(const InfoReport& info) {
 
 void PrintState(const InfoReport& info, std::FILE* out) {
   const StatePage& state = info.facts.state;
-  Line(out, "state", std::string(LifeText(LifeOf(state, info.writer))));
-  Line(out, "flushed", FlushedText(state, info.window.end));
+  PrintLine(out, "state", std::string(LifeText(LifeOf(state, info.writer))));
+  PrintLine(out, "flushed", FlushedText(state, info.window.end));
   if (const std::string losses = LossesText(state); !losses.empty()) {
-    Line(out, "losses", losses);
+    PrintLine(out, "losses", losses);
   }
   if (info.summary.gone != 0) {
-    Line(out, "not counted",
-         Counted(info.summary.gone, "record") + " that newer ones replaced meanwhile");
+    PrintLine(out, "not counted",
+              Counted(info.summary.gone, "record") + " that newer ones replaced meanwhile");
   }
   if (const std::uint64_t missing = info.summary.damaged + info.summary.lost; missing != 0) {
-    Line(out, "not there",
-         fmt::format("{}: {} damaged, {} lost in a power cut", Counted(missing, "record"),
-                     info.summary.damaged, info.summary.lost));
+    PrintLine(out, "not there",
+              fmt::format("{}: {} damaged, {} lost in a power cut", Counted(missing, "record"),
+                          info.summary.damaged, info.summary.lost));
   }
 }
 
@@ -140,14 +133,14 @@ void AddState(OrderedJson& object, const InfoReport& info) {
 
 void PrintContents(const InfoReport& info, std::FILE* out) {
   const JournalSummary& summary = info.summary;
-  Line(out, "oldest", TimeText(summary.oldest) + ", first seen");
-  Line(out, "newest",
-       TimeText(summary.newest) +
-           (info.format == JournalFormat::k3 ? ", first seen" : ", last seen"));
-  Line(out, "time covered", DurationText(CoveredSeconds(summary)));
-  Line(out, "packets",
-       fmt::format("{}, {:.1f} in a record", summary.packets, PacketsPerRecord(summary)));
-  Line(out, "recent rate", RateText(summary));
+  PrintLine(out, "oldest", RecordTime(summary.oldest) + ", first seen");
+  PrintLine(out, "newest",
+            RecordTime(summary.newest) +
+                (info.format == JournalFormat::k3 ? ", first seen" : ", last seen"));
+  PrintLine(out, "time covered", DurationText(CoveredSeconds(summary)));
+  PrintLine(out, "packets",
+            fmt::format("{}, {:.1f} in a record", summary.packets, PacketsPerRecord(summary)));
+  PrintLine(out, "recent rate", RateText(summary));
 }
 
 void AddContents(OrderedJson& object, const JournalSummary& summary) {
@@ -184,19 +177,19 @@ void AddBound(OrderedJson& object, const InfoReport& info) {
 }  // namespace
 
 void PrintInfoText(const InfoReport& info, std::FILE* out) {
-  Line(out, "file", EscapeForLog(info.path));
-  Line(out, "format",
-       fmt::format("{}, records of {} bytes", FormatName(info.format),
-                   info.facts.format.record_size));
-  Line(out, "layout",
-       fmt::format("{}, made {}", info.facts.layout_version, LocalTime(CreatedUnix(info))));
-  Line(out, "size", fmt::format("{} bytes", info.facts.length));
-  Line(out, "records", RecordsText(info));
+  PrintLine(out, "file", EscapeForLog(info.path));
+  PrintLine(out, "format",
+            fmt::format("{}, records of {} bytes", FormatName(info.format),
+                        info.facts.format.record_size));
+  PrintLine(out, "layout",
+            fmt::format("{}, made {}", info.facts.layout_version, LocalTime(CreatedUnix(info))));
+  PrintLine(out, "size", fmt::format("{} bytes", info.facts.length));
+  PrintLine(out, "records", RecordsText(info));
   if (info.summary.read != 0) {
     PrintContents(info, out);
   }
-  Line(out, "room", RoomText(info));
-  Line(out, "writer", info.writer ? "has it open" : "none has it open");
+  PrintLine(out, "room", RoomText(info));
+  PrintLine(out, "writer", info.writer ? "has it open" : "none has it open");
   PrintState(info, out);
 }
 

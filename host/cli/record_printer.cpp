@@ -21,10 +21,6 @@ bool Has(JournalFormat format, std::size_t offset) {
                      [offset](const RecordField& field) { return field.offset == offset; });
 }
 
-std::string TimeText(std::uint32_t seconds) {
-  return LocalTime(std::int64_t{seconds} + TIME_1980_OFFSET);
-}
-
 // What a person reads a value as; empty where the number says it all.
 std::string Reading(const PacketDbItemPacked& record, const RecordField& field) {
   switch (field.offset) {
@@ -37,9 +33,9 @@ std::string Reading(const PacketDbItemPacked& record, const RecordField& field) 
     case offsetof(PacketDbItemPacked, m_Protocol):
       return ProtocolWord(record.m_Protocol);
     case offsetof(PacketDbItemPacked, m_FirstTime):
-      return TimeText(record.m_FirstTime);
+      return RecordTime(record.m_FirstTime);
     case offsetof(PacketDbItemPacked, m_LastTime):
-      return TimeText(record.m_LastTime);
+      return RecordTime(record.m_LastTime);
     default:
       return {};
   }

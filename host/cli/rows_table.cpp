@@ -13,16 +13,12 @@ namespace packetdb::host {
 
 namespace {
 
-const std::vector<TableColumn>& Columns() {
+const std::vector<TableColumn>& RowColumns() {
   static const std::vector<TableColumn> columns = {
       {"FIRST SEEN"}, {"LAST SEEN"}, {"COUNT", true}, {"BYTES", true}, {"VERDICT"},
       {"DIR"},        {"PROTO"},     {"SOURCE"},      {"DESTINATION"}, {"EVENT", true},
   };
   return columns;
-}
-
-std::string JournalTime(std::uint32_t seconds) {
-  return LocalTime(std::int64_t{seconds} + TIME_1980_OFFSET);
 }
 
 std::string VerdictWord(std::uint32_t flags) {
@@ -59,8 +55,8 @@ std::string EndpointCell(std::uint32_t address, std::uint16_t port) {
 }
 
 std::vector<std::string> CellsOf(const CDrvErrorItemV4& event) {
-  return {JournalTime(event.m_FirstTime),
-          JournalTime(event.m_LastTime),
+  return {RecordTime(event.m_FirstTime),
+          RecordTime(event.m_LastTime),
           std::to_string(event.m_Count),
           std::to_string(event.m_PacketSize),
           VerdictWord(event.m_Flags),
@@ -81,7 +77,7 @@ std::string AddressText(std::uint32_t address) {
 }
 
 void PrintTable(const Rows& rows, std::FILE* out) {
-  TextTable table(Columns());
+  TextTable table(RowColumns());
   for (const PacketDbClientItem& row : rows) {
     table.Add(CellsOf(row.m_Item));
   }

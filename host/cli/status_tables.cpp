@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "host/cli/text_line.h"
 #include "host/cli/text_table.h"
 #include "host/cli/times.h"
 
@@ -9,43 +10,39 @@ namespace packetdb::host {
 
 namespace {
 
-void Line(std::FILE* out, std::string_view name, const std::string& text) {
-  std::fputs(fmt::format("{:<12}  {}\n", name, text).c_str(), out);
-}
-
 std::string DurationCell(const OrderedJson& row, const std::string& key) {
   const auto seconds = NumberOf(row, key);
   return seconds ? DurationText(*seconds) : "-";
 }
 
 void PrintDaemon(const OrderedJson& daemon, std::FILE* out) {
-  Line(out, "packetdbd",
-       fmt::format("{}, library {}, journal format {} (layout {}), bus protocol {}",
-                   CellOf(daemon, "version"), CellOf(daemon, "library"),
-                   CellOf(daemon, "journal_format"), CellOf(daemon, "layout_version"),
-                   CellOf(daemon, "bus_protocol")));
+  PrintLine(out, "packetdbd",
+            fmt::format("{}, library {}, journal format {} (layout {}), bus protocol {}",
+                        CellOf(daemon, "version"), CellOf(daemon, "library"),
+                        CellOf(daemon, "journal_format"), CellOf(daemon, "layout_version"),
+                        CellOf(daemon, "bus_protocol")));
   if (!NumberOf(daemon, "started_unix")) {
-    Line(out, "running", "without supervision: only the journals are told of");
+    PrintLine(out, "running", "without supervision: only the journals are told of");
     return;
   }
-  Line(out, "running",
-       fmt::format("{}, since {}", DurationCell(daemon, "uptime_seconds"),
-                   TimeCell(daemon, "started_unix")));
-  Line(out, "reloads",
-       fmt::format("{} done, {} refused", CellOf(daemon, "reloads"),
-                   CellOf(daemon, "failed_reloads")));
-  Line(out, "restarts",
-       fmt::format("{} of the query process, {} of intake", CellOf(daemon, "query_restarts"),
-                   CellOf(daemon, "intake_restarts")));
-  Line(out, "last event", TimeCell(daemon, "last_event_unix"));
+  PrintLine(out, "running",
+            fmt::format("{}, since {}", DurationCell(daemon, "uptime_seconds"),
+                        TimeCell(daemon, "started_unix")));
+  PrintLine(out, "reloads",
+            fmt::format("{} done, {} refused", CellOf(daemon, "reloads"),
+                        CellOf(daemon, "failed_reloads")));
+  PrintLine(out, "restarts",
+            fmt::format("{} of the query process, {} of intake", CellOf(daemon, "query_restarts"),
+                        CellOf(daemon, "intake_restarts")));
+  PrintLine(out, "last event", TimeCell(daemon, "last_event_unix"));
 }
 
 void PrintClients(const OrderedJson& clients, std::FILE* out) {
-  Line(out, "clients",
-       fmt::format("{} connected, {} so far; refused: {} not allowed, {} too many; {} died",
-                   CellOf(clients, "active"), CellOf(clients, "connections"),
-                   CellOf(clients, "refused_user"), CellOf(clients, "refused_limit"),
-                   CellOf(clients, "died")));
+  PrintLine(out, "clients",
+            fmt::format("{} connected, {} so far; refused: {} not allowed, {} too many; {} died",
+                        CellOf(clients, "active"), CellOf(clients, "connections"),
+                        CellOf(clients, "refused_user"), CellOf(clients, "refused_limit"),
+                        CellOf(clients, "died")));
 }
 
 void PrintRules(const OrderedJson& rules, std::FILE* out) {

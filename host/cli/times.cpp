@@ -7,6 +7,7 @@
 
 #include "host/cli/parse_number.h"
 #include "host/cli/usage_error.h"
+#include "packetdb/storage.h"
 
 namespace packetdb::host {
 
@@ -141,6 +142,10 @@ std::int64_t ParseTime(std::string_view text, std::int64_t now) {
 
 std::string LocalTime(std::int64_t unix_seconds) {
   return Formatted("%Y-%m-%d %H:%M:%S", unix_seconds);
+}
+
+std::string RecordTime(std::uint32_t seconds) {
+  return LocalTime(std::int64_t{seconds} + TIME_1980_OFFSET);
 }
 
 std::string Rfc3339Time(std::int64_t unix_seconds) {

@@ -19,6 +19,9 @@ std::int64_t ParseTime(std::string_view text, std::int64_t now);
 // "2026-11-20 14:05:09" in local time.
 std::string LocalTime(std::int64_t unix_seconds);
 
+// The same of a record's time, seconds since 1980.
+std::string RecordTime(std::uint32_t seconds);
+
 // "2026-11-20T14:05:09+01:00": local time with its offset, which reads back as the same second.
 std::string Rfc3339Time(std::int64_t unix_seconds);
 

@@ -3,6 +3,7 @@
 #include "host/config/sections.h"
 #include "host/config/single_section.h"
 #include "host/config/text_rules.h"
+#include "host/config/units.h"
 
 namespace packetdb::host {
 namespace {
@@ -11,7 +12,6 @@ namespace {
 constexpr std::size_t kLongestDirectory = 4000;
 constexpr std::size_t kLongestFileName = 4095;  // PATH_MAX with its NUL
 constexpr std::int64_t kHourMs = 3'600'000;
-constexpr std::int64_t kMiB = 1 << 20;
 constexpr std::int64_t kTiB = kMiB << 20;
 
 }  // namespace

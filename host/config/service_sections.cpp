@@ -8,6 +8,7 @@
 #include "host/config/sections.h"
 #include "host/config/single_section.h"
 #include "host/config/text_rules.h"
+#include "host/config/units.h"
 
 namespace packetdb::host {
 namespace {
@@ -15,8 +16,6 @@ namespace {
 constexpr std::size_t kLongestSocketPath = 107;  // sun_path with its NUL
 constexpr std::int64_t kSecondMs = 1000;
 constexpr std::int64_t kDayMs = 86'400'000;
-constexpr std::int64_t kKiB = 1 << 10;
-constexpr std::int64_t kMiB = 1 << 20;
 constexpr std::int64_t kMostMemory = kMiB << 20;
 
 using Socket = SocketSettings;

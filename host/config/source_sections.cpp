@@ -4,12 +4,11 @@
 #include "host/config/name_rules.h"
 #include "host/config/sections.h"
 #include "host/config/text_rules.h"
+#include "host/config/units.h"
 
 namespace packetdb::host {
 namespace {
 
-constexpr std::int64_t kKiB = 1 << 10;
-constexpr std::int64_t kMiB = 1 << 20;
 // The header of IPv4 without options; nothing can be told from less.
 constexpr std::int64_t kLeastCopied = 20;
 constexpr std::int64_t kMostCopied = 32 * kKiB;

@@ -8,6 +8,10 @@
 
 namespace packetdb::host {
 
+// Bytes.
+inline constexpr std::int64_t kKiB = 1 << 10;
+inline constexpr std::int64_t kMiB = 1 << 20;
+
 // "128B", "64KiB", "32MiB", "1GiB": bytes. Nothing for any other text and for what does not fit.
 std::optional<std::int64_t> ParseSize(std::string_view text);
 // With the largest unit that leaves a whole number.

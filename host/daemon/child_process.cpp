@@ -48,7 +48,7 @@ int RunWork(const std::string& name, const ChildProcess::Work& work, StartReport
     return work(report);
   } catch (const std::exception& error) {
     if (report.made()) {
-      WriteLog(1, fmt::format("{}: {}", name, error.what()));
+      WriteLog(kFailureLevel, fmt::format("{}: {}", name, error.what()));
     } else {
       report.Failed(error.what());
     }
@@ -65,7 +65,8 @@ void StartReport::Failed(const std::string& reason) { Write(kFailed + reason); }
 // A pipe takes far more than any reason has at once.
 void StartReport::Write(const std::string& text) {
   if (write(pipe_.get(), text.data(), text.size()) < 0) {
-    WriteLog(1, fmt::format("cannot report to the supervisor: {}", std::strerror(errno)));
+    WriteLog(kFailureLevel,
+             fmt::format("cannot report to the supervisor: {}", std::strerror(errno)));
   }
   pipe_.Close();
 }

@@ -121,8 +121,8 @@ EventSink& IntakeLoop::SinkOf(Source& source) {
 void IntakeLoop::Lose(Source& source, const std::string& why) {
   Unwatch(source.source->fd());
   source.usable = false;
-  WriteLog(1, fmt::format("{} is read no longer: {}; a reload opens it again",
-                          source.source->name(), why));
+  WriteLog(kFailureLevel, fmt::format("{} is read no longer: {}; a reload opens it again",
+                                      source.source->name(), why));
   if (std::none_of(sources_.begin(), sources_.end(),
                    [](const Source& each) { return each.usable; })) {
     throw std::runtime_error("no source of events is left");

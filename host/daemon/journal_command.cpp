@@ -82,7 +82,7 @@ int JournalCommand::call(CAbstractPacketOptions* message) {
   try {
     return Serve(message);
   } catch (const std::exception& error) {
-    WriteLog(1, error.what());
+    WriteLog(kFailureLevel, error.what());
     state_->failure = error.what();
     return kCallFailed;
   }
@@ -97,7 +97,7 @@ int JournalCommand::Serve(CAbstractPacketOptions* request) {
   int status = ServeOnce(message);
   if (const std::optional<int> failure = message.ReleaseFailure(); failure) {
     if (FailedReads() != failed_before) {
-      WriteLog(1,
+      WriteLog(kFailureLevel,
                "a query met a damaged record and is answered without it; packetdb check tells "
                "which it is");
       const ThoroughOpening thorough;
@@ -112,7 +112,7 @@ int JournalCommand::Serve(CAbstractPacketOptions* request) {
 int JournalCommand::ServeOnce(CAbstractPacketOptions& message) {
   const OpenJournals journals(directory_);
   for (const std::string& problem : journals.problems()) {
-    WriteLog(2, problem);
+    WriteLog(kNoticeLevel, problem);
   }
   state_->failure = WhyNotServed(journals, NameAskedFor(message));
   const int status = Answer(journals, message);
@@ -139,14 +139,14 @@ int JournalCommand::Answer(const OpenJournals& journals, CAbstractPacketOptions&
     library.SelectRecords(query, selection);
     if (selection.size() > state_->row_limit) {
       state_->failure = TooManyRows(state_->row_limit);
-      WriteLog(1, state_->failure);
+      WriteLog(kFailureLevel, state_->failure);
       selection.clear();
     }
     library.SendRows(&message, selection);  // of nothing it says that there is nothing
     return kHandled;
   } catch (const XPacketDb& failure) {
     udbSendCommandAnswer(&message, kAnswerNothingOrFailed);
-    WriteLog(1, fmt::format("a query failed: {}", failure.what()));
+    WriteLog(kFailureLevel, fmt::format("a query failed: {}", failure.what()));
     return failure.m_Fatal ? kCallFailed : kHandled;
   }
 }

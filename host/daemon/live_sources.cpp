@@ -81,10 +81,11 @@ std::shared_ptr<LiveSource> OpenGroup(const LogGroupSettings& settings, ServiceM
       const int fd = Duplicate(kept->get());
       kept->Close();
       std::shared_ptr<LiveSource> source = LogGroup::Adopt(fd, OptionsOf(settings));
-      WriteLog(2, fmt::format("log group {} was kept for us", settings.group));
+      WriteLog(kNoticeLevel, fmt::format("log group {} was kept for us", settings.group));
       return source;
     } catch (const std::exception& error) {
-      WriteLog(1, fmt::format("log group {} is opened anew: {}", settings.group, error.what()));
+      WriteLog(kFailureLevel,
+               fmt::format("log group {} is opened anew: {}", settings.group, error.what()));
       manager.ForgetLogGroup(settings.group);
     }
   }

@@ -16,7 +16,7 @@ constexpr rlim_t kKibi = 1024;
 
 void SetLimit(int resource, const rlimit& limit, const char* what) {
   if (setrlimit(static_cast<__rlimit_resource_t>(resource), &limit) != 0) {
-    WriteLog(1, fmt::format("cannot limit {}: {}", what, std::strerror(errno)));
+    WriteLog(kFailureLevel, fmt::format("cannot limit {}: {}", what, std::strerror(errno)));
   }
 }
 
@@ -54,7 +54,7 @@ void LimitWork(int seconds) {
   rusage used{};
   rlimit limit{};
   if (getrusage(RUSAGE_SELF, &used) != 0 || getrlimit(RLIMIT_CPU, &limit) != 0) {
-    WriteLog(1, fmt::format("cannot limit time: {}", std::strerror(errno)));
+    WriteLog(kFailureLevel, fmt::format("cannot limit time: {}", std::strerror(errno)));
     return;
   }
   const auto so_far = static_cast<rlim_t>(used.ru_utime.tv_sec + used.ru_stime.tv_sec) + 1;

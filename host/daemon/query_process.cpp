@@ -21,10 +21,10 @@ namespace {
 void ReportJournals(const std::string& directory) {
   const OpenJournals journals(directory);
   for (const std::string& problem : journals.problems()) {
-    WriteLog(1, problem);
+    WriteLog(kFailureLevel, problem);
   }
-  WriteLog(2, fmt::format("groups in {}: {} ({})", directory, journals.groups().size(),
-                          fmt::join(journals.groups(), " ")));
+  WriteLog(kNoticeLevel, fmt::format("groups in {}: {} ({})", directory, journals.groups().size(),
+                                     fmt::join(journals.groups(), " ")));
 }
 
 }  // namespace

@@ -12,8 +12,8 @@ void RefusalLog::Tell(Clock::time_point now, std::string_view reason) {
   if (now < next_line_) {
     return;
   }
-  WriteLog(2, fmt::format("refused {} connection{}, the last one: {}", untold_,
-                          untold_ == 1 ? "" : "s", reason));
+  WriteLog(kNoticeLevel, fmt::format("refused {} connection{}, the last one: {}", untold_,
+                                     untold_ == 1 ? "" : "s", reason));
   untold_ = 0;
   next_line_ = now + kPause;
 }

@@ -17,16 +17,16 @@ namespace {
 constexpr std::chrono::seconds kHandOverPatience(60);
 
 // Longer than intake takes to notice a signal.
-constexpr std::chrono::milliseconds kNotice(200);
+constexpr std::chrono::milliseconds kCutNotice(200);
 
 void Report(const std::vector<ConfigurationChange>& changes) {
-  WriteLog(2, fmt::format("configuration read again: {} change{}", changes.size(),
-                          changes.size() == 1 ? "" : "s"));
+  WriteLog(kNoticeLevel, fmt::format("configuration read again: {} change{}", changes.size(),
+                                     changes.size() == 1 ? "" : "s"));
   for (const ConfigurationChange& change : changes) {
     if (change.effect == Effect::kRestart) {
-      WriteLog(1, fmt::format("needs a restart: {}", change.text));
+      WriteLog(kFailureLevel, fmt::format("needs a restart: {}", change.text));
     } else {
-      WriteLog(2, change.text);
+      WriteLog(kNoticeLevel, change.text);
     }
   }
 }
@@ -43,7 +43,7 @@ void Supervisor::Reload() {
     Report(changes);
   } catch (const ConfigurationError& error) {
     for (const std::string& problem : error.problems()) {
-      WriteLog(1, problem);
+      WriteLog(kFailureLevel, problem);
     }
     ReloadFailed("the configuration is not right");
   } catch (const std::exception& error) {
@@ -54,7 +54,7 @@ void Supervisor::Reload() {
 
 void Supervisor::ReloadFailed(const char* why) const {
   page_->daemon.failed_reloads.Add(1);
-  WriteLog(1, fmt::format("reload failed, everything stays as it was: {}", why));
+  WriteLog(kFailureLevel, fmt::format("reload failed, everything stays as it was: {}", why));
 }
 
 void Supervisor::Replace(const Configuration& next) {
@@ -88,7 +88,7 @@ Supervisor::Opened Supervisor::Prepare(const Configuration& next) {
 
 void Supervisor::SwapIntake(const Configuration& next, Opened& opened) {
   // Not yet come: intake must not have journaled what is its successor's.
-  const Moment cut = Now() + kNotice;
+  const Moment cut = Now() + kCutNotice;
   HandIntakeOver(cut);
   try {
     intake_ = StartIntake(next, opened, cut);
@@ -107,7 +107,7 @@ void Supervisor::HandIntakeOver(Moment cut) {
   page_->daemon.handover_nanoseconds.Set(cut.nanoseconds);
   intake_->Signal(HandOverSignal());
   if (!intake_->AwaitEnd(kHandOverPatience) || !intake_->ended_well()) {
-    WriteLog(1,
+    WriteLog(kFailureLevel,
              fmt::format("{}, when it was to hand over, {}", intake_->name(), intake_->EndText()));
   }
   intake_.reset();
@@ -123,7 +123,8 @@ void Supervisor::RecoverIntake() {
     }
     intake_ = StartIntake(configuration_, opened_, std::nullopt);
   } catch (const std::exception& error) {
-    WriteLog(1, fmt::format("events are journaled no longer, stopping: {}", error.what()));
+    WriteLog(kFailureLevel,
+             fmt::format("events are journaled no longer, stopping: {}", error.what()));
     ending_ = kExitIntakeDied;
   }
 }

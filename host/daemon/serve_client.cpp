@@ -70,7 +70,7 @@ void ServeClient(Connection& connection, const Configuration& configuration,
     };
     LogEnd(peer, ServeConnection(connection, dispatcher, after_command, RequestLimitsOf(limits)));
   } catch (const std::exception& error) {
-    WriteLog(1, fmt::format("{}: {}", peer, error.what()));
+    WriteLog(kFailureLevel, fmt::format("{}: {}", peer, error.what()));
   }
 }
 

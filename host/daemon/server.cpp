@@ -213,13 +213,14 @@ void Server::ReportDeath(pid_t child, int status) {
   }
   parts_.page.query.died.Add(1);
   if (WTERMSIG(status) == SIGXCPU) {
-    WriteLog(1, fmt::format("the process {} of a connection was ended: a query took more than {} "
-                            "seconds of work",
-                            child, parts_.configuration.limits.query_seconds));
+    WriteLog(kFailureLevel,
+             fmt::format("the process {} of a connection was ended: a query took more than {} "
+                         "seconds of work",
+                         child, parts_.configuration.limits.query_seconds));
     return;
   }
-  WriteLog(1, fmt::format("the process {} of a connection died: {}", child,
-                          strsignal(WTERMSIG(status))));
+  WriteLog(kFailureLevel, fmt::format("the process {} of a connection died: {}", child,
+                                      strsignal(WTERMSIG(status))));
 }
 
 void Server::StopChildren() {

@@ -21,7 +21,8 @@ constexpr int kKeepVariables = 0;
 void Notify(const std::string& text) {
   const int result = sd_notify(kKeepVariables, text.c_str());
   if (result < 0) {
-    WriteLog(1, fmt::format("cannot tell the service manager: {}", std::strerror(-result)));
+    WriteLog(kFailureLevel,
+             fmt::format("cannot tell the service manager: {}", std::strerror(-result)));
   }
 }
 
@@ -52,7 +53,7 @@ ServiceManager::ServiceManager() {
   constexpr int kUnsetVariables = 1;
   const int count = sd_listen_fds_with_names(kUnsetVariables, &names);
   if (count < 0) {
-    WriteLog(1, fmt::format("cannot take descriptors over: {}", std::strerror(-count)));
+    WriteLog(kFailureLevel, fmt::format("cannot take descriptors over: {}", std::strerror(-count)));
   }
   for (int i = 0; i < count; ++i) {
     Sort(names[i], SocketDescriptor(SD_LISTEN_FDS_START + i));
@@ -73,9 +74,10 @@ void ServiceManager::Sort(const std::string& name, SocketDescriptor fd) {
   } else if (Listens(fd.get()) && sd_is_socket(fd.get(), AF_UNIX, SOCK_STREAM, 1) > 0 && !query_) {
     query_ = std::move(fd);
   } else {
-    WriteLog(1, fmt::format("closing descriptor '{}', which is neither a socket for queries, nor "
-                            "one for metrics, nor a log group's",
-                            name));
+    WriteLog(kFailureLevel,
+             fmt::format("closing descriptor '{}', which is neither a socket for queries, nor "
+                         "one for metrics, nor a log group's",
+                         name));
   }
 }
 
@@ -99,7 +101,8 @@ std::optional<SocketDescriptor> ServiceManager::TakeLogGroup(std::uint16_t group
 
 void ServiceManager::DropTheRest() {
   for (const auto& [group, fd] : log_groups_) {
-    WriteLog(2, fmt::format("log group {} was kept for us and is read no longer", group));
+    WriteLog(kNoticeLevel,
+             fmt::format("log group {} was kept for us and is read no longer", group));
     ForgetLogGroup(group);
   }
   log_groups_.clear();
@@ -113,8 +116,8 @@ void ServiceManager::StoreLogGroup(std::uint16_t group, int fd) {
   const std::string text = fmt::format("FDSTORE=1\nFDNAME={}{}\nFDPOLL=0", kLogGroup, group);
   const int result = sd_pid_notify_with_fds(0, kKeepVariables, text.c_str(), &fd, 1);
   if (result < 0) {
-    WriteLog(1, fmt::format("cannot have the service manager keep log group {}: {}", group,
-                            std::strerror(-result)));
+    WriteLog(kFailureLevel, fmt::format("cannot have the service manager keep log group {}: {}",
+                                        group, std::strerror(-result)));
   }
 }
 

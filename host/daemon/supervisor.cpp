@@ -83,7 +83,7 @@ void Supervisor::Start() {
   queries_started_ = Clock::now();
   // 4. From here on the sockets of log groups outlive us.
   opened_.sources.Store(manager_, nullptr);
-  WriteLog(2, fmt::format("listening at {}", opened_.sockets.query->path()));
+  WriteLog(kNoticeLevel, fmt::format("listening at {}", opened_.sockets.query->path()));
   manager_.Ready(StatusText());
 }
 
@@ -197,7 +197,7 @@ void Supervisor::HandleSignals() {
         ChangeLogLevel(-1);
         break;
       default:
-        WriteLog(2, fmt::format("stopping on {}", strsignal(*signal)));
+        WriteLog(kNoticeLevel, fmt::format("stopping on {}", strsignal(*signal)));
         ending_ = kExitOk;
     }
   }
@@ -207,13 +207,13 @@ void Supervisor::HandleSignals() {
 void Supervisor::ChangeLogLevel(int by) {
   SetLogLevel(LogLevel() + by);
   page_->daemon.log_level.Set(static_cast<std::uint64_t>(LogLevel()));
-  WriteLog(1, fmt::format("log level {}", LogLevel()));
+  WriteLog(kFailureLevel, fmt::format("log level {}", LogLevel()));
 }
 
 void Supervisor::LookAtChildren() {
   if (intake_ && intake_->HasEnded()) {
-    WriteLog(1, fmt::format("{} {}: events are journaled no longer, stopping", kIntake.text,
-                            intake_->EndText()));
+    WriteLog(kFailureLevel, fmt::format("{} {}: events are journaled no longer, stopping",
+                                        kIntake.text, intake_->EndText()));
     intake_.reset();
     ending_ = kExitIntakeDied;
   }
@@ -227,8 +227,8 @@ void Supervisor::QueriesEnded() {
   const auto now = Clock::now();
   queries_due_ = backoff_.NextStart(queries_started_, now);
   const auto wait = std::chrono::duration_cast<std::chrono::seconds>(queries_due_ - now);
-  WriteLog(1, fmt::format("{} {} and is started again in {} s", kQueries.text, queries_->EndText(),
-                          wait.count()));
+  WriteLog(kFailureLevel, fmt::format("{} {} and is started again in {} s", kQueries.text,
+                                      queries_->EndText(), wait.count()));
   queries_.reset();
 }
 
@@ -240,10 +240,10 @@ void Supervisor::RestartQueries() {
   try {
     queries_ = StartQueries(configuration_, opened_);
     page_->daemon.query_restarts.Add(1);
-    WriteLog(2, fmt::format("{} was started again", kQueries.text));
+    WriteLog(kNoticeLevel, fmt::format("{} was started again", kQueries.text));
   } catch (const std::exception& error) {
     queries_due_ = backoff_.NextStart(queries_started_, Clock::now());
-    WriteLog(1, fmt::format("{} cannot be started: {}", kQueries.text, error.what()));
+    WriteLog(kFailureLevel, fmt::format("{} cannot be started: {}", kQueries.text, error.what()));
   }
 }
 
@@ -275,9 +275,10 @@ void Supervisor::Stop() {
 void Supervisor::StopChild(ChildProcess& child, std::chrono::seconds patience) {
   child.Signal(SIGTERM);
   if (!child.AwaitEnd(patience)) {
-    WriteLog(1, fmt::format("{} did not end when it was told to and was killed", child.name()));
+    WriteLog(kFailureLevel,
+             fmt::format("{} did not end when it was told to and was killed", child.name()));
   } else if (!child.ended_well()) {
-    WriteLog(1, fmt::format("{} {}", child.name(), child.EndText()));
+    WriteLog(kFailureLevel, fmt::format("{} {}", child.name(), child.EndText()));
   }
 }
 

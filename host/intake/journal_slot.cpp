@@ -11,9 +11,6 @@ namespace packetdb::host {
 
 namespace {
 
-constexpr int kFailure = 1;
-constexpr int kNotice = 2;
-
 GroupOptions OptionsOf(const std::string& directory, const JournalSettings& settings) {
   GroupOptions options;
   options.directory = directory;
@@ -41,17 +38,17 @@ JournalSlot::JournalSlot(const std::string& directory, const JournalSettings& se
                          StatusPage& page)
     : writer_(OptionsOf(directory, settings)), subject_("journal " + settings.name) {
   if (writer_.conversion()) {
-    WriteLog(kNotice, Describe(*writer_.conversion(), writer_.path()));
+    WriteLog(kNoticeLevel, Describe(*writer_.conversion(), writer_.path()));
   }
   if (writer_.resizing()) {
-    WriteLog(kNotice, Describe(*writer_.resizing(), writer_.path()));
+    WriteLog(kNoticeLevel, Describe(*writer_.resizing(), writer_.path()));
   }
   keeper_.RaiseFloor(writer_.NewestTime());
   JournalStatus* const row = RowFor(page, settings.name, writer_.RecordsAppended());
   if (row != nullptr) {
     status_ = row;
   } else {
-    WriteLog(kFailure,
+    WriteLog(kFailureLevel,
              fmt::format("{}: the status page has no room for it until the daemon is restarted",
                          subject_));
   }

@@ -9,7 +9,6 @@ namespace packetdb::host {
 namespace {
 
 constexpr std::int64_t kSeconds = 60;
-constexpr int kFailure = 1;
 
 }  // namespace
 
@@ -19,8 +18,8 @@ void LimitedLog::Tell(std::int64_t now, std::string_view subject, std::string_vi
   if (has_told_ && now >= told_at_ && now - told_at_ < kSeconds) {
     return;
   }
-  WriteLog(kFailure, fmt::format("{}: {} event{} {}: {}", subject, untold_, untold_ == 1 ? "" : "s",
-                                 what, reason));
+  WriteLog(kFailureLevel, fmt::format("{}: {} event{} {}: {}", subject, untold_,
+                                      untold_ == 1 ? "" : "s", what, reason));
   untold_ = 0;
   has_told_ = true;
   told_at_ = now;

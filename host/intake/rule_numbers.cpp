@@ -10,17 +10,16 @@ namespace packetdb::host {
 
 namespace {
 
-constexpr int kFailure = 1;
 constexpr std::size_t kProblemsTold = 3;
 
 void TellOfDamage(const RuleRecorder& recorder) {
   const std::vector<std::string>& problems = recorder.problems();
   for (std::size_t i = 0; i < problems.size() && i < kProblemsTold; ++i) {
-    WriteLog(kFailure, problems[i]);
+    WriteLog(kFailureLevel, problems[i]);
   }
   if (problems.size() > kProblemsTold) {
-    WriteLog(kFailure, fmt::format("{}: {} more damaged lines", recorder.path(),
-                                   problems.size() - kProblemsTold));
+    WriteLog(kFailureLevel, fmt::format("{}: {} more damaged lines", recorder.path(),
+                                        problems.size() - kProblemsTold));
   }
 }
 
@@ -56,7 +55,7 @@ void RuleNumbers::TellOnceOfNone(std::string_view prefix) {
   bool& has_told = is_too_long ? has_told_of_length_ : has_told_of_room_;
   if (!has_told) {
     has_told = true;
-    WriteLog(kFailure,
+    WriteLog(kFailureLevel,
              fmt::format("{}: {} '{}': events of such prefixes are journaled without the "
                          "number of a rule",
                          recorder_.path(),

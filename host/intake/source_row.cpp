@@ -9,8 +9,6 @@ namespace packetdb::host {
 
 namespace {
 
-constexpr int kFailure = 1;
-
 static_assert(kSkipReasons <= kMostReasons && kRemarks <= kMostReasons);
 
 }  // namespace
@@ -19,7 +17,7 @@ SourceRow::SourceRow(StatusPage& page, const std::string& name)
     : name_(name), row_(FindOrAddRow(page.sources, name)) {
   if (row_ == nullptr) {
     WriteLog(
-        kFailure,
+        kFailureLevel,
         fmt::format("{}: the status page has no room for it until the daemon is restarted", name));
   }
 }

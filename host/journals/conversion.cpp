@@ -16,7 +16,6 @@ namespace packetdb::host {
 
 namespace {
 
-constexpr int kNotice = 2;
 // How often we look again when other processes change what is there.
 constexpr int kAttempts = 16;
 
@@ -115,7 +114,7 @@ std::optional<Conversion> ConvertIfOld(const std::string& path, const Conversion
   for (int i = 0; i < kAttempts; ++i) {
     if (Advance(files, wishes, &conversion) == Next::kNothing) {
       if (conversion) {
-        WriteLog(kNotice, Describe(*conversion, path));
+        WriteLog(kNoticeLevel, Describe(*conversion, path));
       }
       return conversion;
     }

@@ -19,8 +19,6 @@ namespace packetdb::host {
 
 namespace {
 
-constexpr int kNotice = 2;
-
 // Never over something: false when something is there, or nothing was to be moved.
 bool MoveToFree(const std::string& from, const std::string& to) {
   if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
@@ -42,9 +40,10 @@ void PutBack(const ConversionFiles& files, const HeldFile& old) {
   }
   SyncDirectoryOf(files.journal);
   RemoveLeftover(files.temporary, old.owner());
-  WriteLog(kNotice, fmt::format("journal {}: its conversion did not come to an end; the old file "
-                                "is back",
-                                files.journal));
+  WriteLog(kNoticeLevel,
+           fmt::format("journal {}: its conversion did not come to an end; the old file "
+                       "is back",
+                       files.journal));
 }
 
 // Everything that must be on disk is there before the second name goes, and that it is gone is on
@@ -57,9 +56,10 @@ void Complete(const ConversionFiles& files, const HeldFile& old, bool keep_old) 
     FillLastSeen(files.journal);
   }
   if (!old.LendAccessTo(files.journal)) {
-    WriteLog(kNotice, fmt::format("journal {}: its owner, group or mode is not that of the file "
-                                  "before the conversion",
-                                  files.journal));
+    WriteLog(kNoticeLevel,
+             fmt::format("journal {}: its owner, group or mode is not that of the file "
+                         "before the conversion",
+                         files.journal));
   }
   SyncFile(files.journal);
   SyncDirectoryOf(files.journal);

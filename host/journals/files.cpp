@@ -19,12 +19,12 @@ bool Sync(const Descriptor& file) {
 }
 
 // A name of this process's own for a file that is being made; no file has it before or after.
-class Temporary {
+class TemporaryFile {
  public:
-  explicit Temporary(std::string path) : path_(std::move(path)) { unlink(path_.c_str()); }
-  ~Temporary() { unlink(path_.c_str()); }
-  Temporary(const Temporary&) = delete;
-  Temporary& operator=(const Temporary&) = delete;
+  explicit TemporaryFile(std::string path) : path_(std::move(path)) { unlink(path_.c_str()); }
+  ~TemporaryFile() { unlink(path_.c_str()); }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
 
   const std::string& path() const { return path_; }
 
@@ -47,7 +47,7 @@ bool ReadSmallFile(const std::string& path, std::size_t limit, std::string* text
 }
 
 void CreateSmallFile(const std::string& path, std::string_view text) {
-  const Temporary fresh(fmt::format("{}.~{}", path, getpid()));
+  const TemporaryFile fresh(fmt::format("{}.~{}", path, getpid()));
   {
     const Descriptor file = OpenSmallFile(fresh.path(), O_WRONLY | O_CREAT | O_EXCL);
     if (file.get() < 0) {

@@ -18,6 +18,8 @@ enum class LogTarget {
 
 // Levels as in platform/log.h: 0 silent, 1 failures, 2 notices, 3 empty results, 4 queries, 5
 // traces.
+inline constexpr int kFailureLevel = 1;
+inline constexpr int kNoticeLevel = 2;
 inline constexpr int kLowestLogLevel = 0;
 inline constexpr int kHighestLogLevel = 5;
 inline constexpr int kDefaultLogLevel = 2;

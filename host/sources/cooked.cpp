@@ -9,7 +9,7 @@ namespace {
 // Offsets in the pseudo headers; every field is big endian.
 constexpr std::size_t kPacketTypeAt = 0;  // 16 bits
 constexpr std::size_t kProtocolAt = 14;
-constexpr std::size_t kHeader = 16;
+constexpr std::size_t kCookedHeader = 16;
 
 constexpr std::size_t kProtocolAt2 = 0;
 constexpr std::size_t kInterfaceAt2 = 4;
@@ -26,8 +26,9 @@ std::uint32_t Direction(unsigned int packet_type) {
 }  // namespace
 
 std::optional<LinkPacket> ParseCooked(const Frame& frame, CaptureCounters& counters) {
-  if (frame.bytes.size() < kHeader) return counters.Skip(SkipReason::kTruncatedLink);
-  auto packet = ParseEtherType(Big16(frame.bytes, kProtocolAt), frame.Behind(kHeader), counters);
+  if (frame.bytes.size() < kCookedHeader) return counters.Skip(SkipReason::kTruncatedLink);
+  auto packet =
+      ParseEtherType(Big16(frame.bytes, kProtocolAt), frame.Behind(kCookedHeader), counters);
   if (packet) packet->direction = Direction(Big16(frame.bytes, kPacketTypeAt));
   return packet;
 }

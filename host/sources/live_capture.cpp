@@ -16,7 +16,7 @@ namespace packetdb::host {
 namespace {
 
 // Packets of one call.
-constexpr int kBatch = 4096;
+constexpr int kPacketsAtOnce = 4096;
 
 // What is no interface, say all of them together, is never down.
 bool IsDown(int socket, const std::string& interface) {
@@ -56,7 +56,7 @@ int LiveCapture::fd() const { return pcap_fileno(handle_.get()); }
 bool LiveCapture::Receive(EventSink& sink) {
   const BatchTime now = ReadBatchTime();
   int taken = 0;
-  while (taken < kBatch && ReceiveOne(now, sink)) ++taken;
+  while (taken < kPacketsAtOnce && ReceiveOne(now, sink)) ++taken;
   counters_.batches += taken > 0 ? 1 : 0;
   CountLosses(now);
   return taken > 0;

@@ -11,7 +11,7 @@ namespace packetdb::host {
 namespace {
 
 // Datagrams of one call. Each has a few hundred records under load.
-constexpr int kBatch = 64;
+constexpr int kDatagramsAtOnce = 64;
 
 // Of records without an interface.
 constexpr const char* kNoInterface = "nflog";
@@ -45,7 +45,7 @@ LogGroup::LogGroup(const LogGroupOptions& options, LogGroupSocket socket)
 bool LogGroup::Receive(EventSink& sink) {
   const BatchTime now = ReadBatchTime();
   int taken = 0;
-  while (taken < kBatch && ReceiveOne(now, sink)) ++taken;
+  while (taken < kDatagramsAtOnce && ReceiveOne(now, sink)) ++taken;
   return taken > 0;
 }
 

@@ -15,12 +15,7 @@ namespace {
 
 constexpr std::uint16_t kLogRecord = NFNL_SUBSYS_ULOG << 8 | NFULNL_MSG_PACKET;
 
-// Offsets in a log message's own header.
-constexpr std::size_t kFamilyAt = 0;
-constexpr std::size_t kVersionAt = 1;
-constexpr std::size_t kGroupAt = 2;  // big endian
-constexpr std::size_t kRecordHeader = 4;
-static_assert(kRecordHeader == sizeof(nfgenmsg));
+static_assert(kNflogHeader == sizeof(nfgenmsg));
 
 std::size_t Padded(std::size_t length) {
   return (length + NLMSG_ALIGNTO - 1) / NLMSG_ALIGNTO * NLMSG_ALIGNTO;
@@ -76,20 +71,20 @@ void LogRecords::TakeError(ByteView body) {
 }
 
 void LogRecords::TakeRecord(ByteView body, const BatchTime& now, EventSink& sink) {
-  if (body.size() < kRecordHeader || Big16(body, kGroupAt) != group_) {
+  if (body.size() < kNflogHeader || Big16(body, kNflogGroupAt) != group_) {
     ++malformed_;
     return;
   }
   packets_.CountPacket();
-  if (body[kVersionAt] != NFNETLINK_V0) {
+  if (body[kNflogVersionAt] != NFNETLINK_V0) {
     packets_.Skip(SkipReason::kNflogDamaged);
     return;
   }
-  const ByteView attributes = body.subspan(kRecordHeader);
+  const ByteView attributes = body.subspan(kNflogHeader);
   const NflogRecord record = ReadNflogRecord({attributes, attributes.size()});
   // Whatever the packet is, it has been received.
   if (record.sequence) lost_ += sequence_.Follow(*record.sequence);
-  TakePacket(body[kFamilyAt], record, now, sink);
+  TakePacket(body[kNflogFamilyAt], record, now, sink);
 }
 
 void LogRecords::TakePacket(std::uint8_t family, const NflogRecord& record, const BatchTime& now,

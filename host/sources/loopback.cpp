@@ -3,7 +3,7 @@
 namespace packetdb::host {
 namespace {
 
-constexpr std::size_t kHeader = 4;
+constexpr std::size_t kLoopbackHeader = 4;
 
 // The systems agree on the number of IPv4 and on nothing else.
 enum Family : std::uint32_t {
@@ -18,7 +18,7 @@ std::optional<LinkPacket> ParseFamily(std::uint32_t family, const Frame& frame,
                                       CaptureCounters& counters) {
   switch (family) {
     case kIpv4:
-      return LinkPacket{.network = frame.Behind(kHeader), .prefix = {}};
+      return LinkPacket{.network = frame.Behind(kLoopbackHeader), .prefix = {}};
     case kIpv6Linux:
     case kIpv6NetBsd:
     case kIpv6FreeBsd:
@@ -32,7 +32,7 @@ std::optional<LinkPacket> ParseFamily(std::uint32_t family, const Frame& frame,
 }  // namespace
 
 std::optional<LinkPacket> ParseNullLoopback(const Frame& frame, CaptureCounters& counters) {
-  if (frame.bytes.size() < kHeader) return counters.Skip(SkipReason::kTruncatedLink);
+  if (frame.bytes.size() < kLoopbackHeader) return counters.Skip(SkipReason::kTruncatedLink);
   const auto family = Native<std::uint32_t>(frame.bytes, 0);
   // Families are small numbers: with the upper half set, the bytes are the other way round.
   const bool swapped = family > 0xffff;
@@ -40,7 +40,7 @@ std::optional<LinkPacket> ParseNullLoopback(const Frame& frame, CaptureCounters&
 }
 
 std::optional<LinkPacket> ParseLoopback(const Frame& frame, CaptureCounters& counters) {
-  if (frame.bytes.size() < kHeader) return counters.Skip(SkipReason::kTruncatedLink);
+  if (frame.bytes.size() < kLoopbackHeader) return counters.Skip(SkipReason::kTruncatedLink);
   return ParseFamily(Big32(frame.bytes, 0), frame, counters);
 }
 

@@ -9,9 +9,6 @@
 namespace packetdb::host {
 namespace {
 
-constexpr std::size_t kFamilyAt = 0;
-constexpr std::size_t kVersionAt = 1;
-constexpr std::size_t kHeader = 4;
 constexpr std::uint8_t kVersion = 0;
 
 std::optional<SkipReason> ReasonOfEtherType(std::optional<std::uint16_t> ether_type) {
@@ -77,9 +74,10 @@ std::uint32_t InterfaceIndex(const NflogRecord& record, std::uint32_t direction)
 }  // namespace
 
 std::optional<LinkPacket> ParseNflog(const Frame& frame, CaptureCounters& counters) {
-  if (frame.bytes.size() < kHeader) return counters.Skip(SkipReason::kTruncatedLink);
-  if (frame.bytes[kVersionAt] != kVersion) return counters.Skip(SkipReason::kNflogDamaged);
-  return ParseNflogRecord(frame.bytes[kFamilyAt], ReadNflogRecord(frame.Behind(kHeader)), counters);
+  if (frame.bytes.size() < kNflogHeader) return counters.Skip(SkipReason::kTruncatedLink);
+  if (frame.bytes[kNflogVersionAt] != kVersion) return counters.Skip(SkipReason::kNflogDamaged);
+  return ParseNflogRecord(frame.bytes[kNflogFamilyAt], ReadNflogRecord(frame.Behind(kNflogHeader)),
+                          counters);
 }
 
 std::optional<LinkPacket> ParseNflogRecord(std::uint8_t family, const NflogRecord& record,

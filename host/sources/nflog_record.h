@@ -1,6 +1,7 @@
 // One netfilter log record: what its attributes say.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -9,6 +10,13 @@
 #include "host/sources/event.h"
 
 namespace packetdb::host {
+
+// In front of the attributes, as struct nfgenmsg of linux/netfilter/nfnetlink.h: where its fields
+// are, and its size in bytes.
+inline constexpr std::size_t kNflogFamilyAt = 0;
+inline constexpr std::size_t kNflogVersionAt = 1;
+inline constexpr std::size_t kNflogGroupAt = 2;  // 16 bits, big endian
+inline constexpr std::size_t kNflogHeader = 4;
 
 struct NflogRecord {
   std::optional<std::uint16_t> ether_type;

@@ -79,7 +79,7 @@ Answer AnswerWith(const HttpPage& page) {
     answer.body = page.body();
     return answer;
   } catch (const std::exception& error) {
-    WriteLog(1, fmt::format("cannot serve {}: {}", page.path, error.what()));
+    WriteLog(kFailureLevel, fmt::format("cannot serve {}: {}", page.path, error.what()));
     return Failure("500 Internal Server Error");
   }
 }
@@ -149,7 +149,7 @@ void ServeHttp(int fd, std::span<const HttpPage> pages, const HttpLimits& limits
     Send(fd, BytesOf(answer, request.method != "HEAD"), limits.answer);
     SayGoodbye(fd, limits.goodbye);
   } catch (const std::exception& error) {
-    WriteLog(1, fmt::format("cannot answer a request for metrics: {}", error.what()));
+    WriteLog(kFailureLevel, fmt::format("cannot answer a request for metrics: {}", error.what()));
   }
 }
 

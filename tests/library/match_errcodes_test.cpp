@@ -38,7 +38,7 @@ std::map<int, Codes> ExpandedGroups() {
   return groups;
 }
 
-Errcodes List(std::initializer_list<int> entries) {
+Errcodes CodeList(std::initializer_list<int> entries) {
   Errcodes list;
   list.assign(entries);
   return list;
@@ -61,25 +61,25 @@ TEST_F(MatchErrcodes, EmptyListAcceptsEverything) {
 }
 
 TEST_F(MatchErrcodes, MinusOneInFrontAcceptsEverything) {
-  EXPECT_EQ(Accepted(List({-1})), Range(0, 2000));
-  EXPECT_EQ(Accepted(List({-1, 0, 5})), Range(0, 2000));
+  EXPECT_EQ(Accepted(CodeList({-1})), Range(0, 2000));
+  EXPECT_EQ(Accepted(CodeList({-1, 0, 5})), Range(0, 2000));
 }
 
 TEST_F(MatchErrcodes, EveryGroupHoldsExactlyItsCodes) {
   for (const auto& [group, codes] : ExpandedGroups()) {
     if (group == -1) continue;
-    EXPECT_EQ(Accepted(List({group})), codes) << group;
+    EXPECT_EQ(Accepted(CodeList({group})), codes) << group;
   }
 }
 
 TEST_F(MatchErrcodes, EveryGroupCountsAsALaterEntryToo) {
   for (const auto& [group, codes] : ExpandedGroups()) {
-    EXPECT_EQ(Accepted(List({1999, group})), Union({codes, {1999}})) << group;
+    EXPECT_EQ(Accepted(CodeList({1999, group})), Union({codes, {1999}})) << group;
   }
 }
 
 TEST_F(MatchErrcodes, LaterMinusOneLeavesOutTheLastGroup) {
-  const Codes accepted = Accepted(List({5, -1}));
+  const Codes accepted = Accepted(CodeList({5, -1}));
   EXPECT_TRUE(accepted.contains(5));
   EXPECT_TRUE(accepted.contains(118));
   EXPECT_FALSE(accepted.contains(114));
@@ -87,19 +87,19 @@ TEST_F(MatchErrcodes, LaterMinusOneLeavesOutTheLastGroup) {
 
 TEST_F(MatchErrcodes, UnknownGroupMatchesNothing) {
   for (const int group : {-9, -10, -11, -12, -13, -16, -100, -2147483647 - 1}) {
-    EXPECT_EQ(Accepted(List({group})), Codes{}) << group;
-    EXPECT_EQ(Accepted(List({group, 3})), Codes{3}) << group;
+    EXPECT_EQ(Accepted(CodeList({group})), Codes{}) << group;
+    EXPECT_EQ(Accepted(CodeList({group, 3})), Codes{3}) << group;
   }
 }
 
 TEST_F(MatchErrcodes, ZeroEndsTheList) {
-  EXPECT_EQ(Accepted(List({7, 0, 9})), Codes{7});
-  EXPECT_EQ(Accepted(List({0, -1})), Codes{});
+  EXPECT_EQ(Accepted(CodeList({7, 0, 9})), Codes{7});
+  EXPECT_EQ(Accepted(CodeList({0, -1})), Codes{});
 }
 
 TEST_F(MatchErrcodes, EveryPositiveCodeMatchesItselfOnly) {
   for (int code = 1; code <= 2000; ++code) {
-    const Errcodes list = List({code});
+    const Errcodes list = CodeList({code});
     EXPECT_TRUE(list.match(static_cast<unsigned int>(code)));
     EXPECT_FALSE(list.match(static_cast<unsigned int>(code + 1)));
     EXPECT_FALSE(list.match(static_cast<unsigned int>(code - 1)));
@@ -107,31 +107,31 @@ TEST_F(MatchErrcodes, EveryPositiveCodeMatchesItselfOnly) {
 }
 
 TEST_F(MatchErrcodes, NegativeEntryIsNoCode) {
-  EXPECT_FALSE(List({-6}).match(static_cast<unsigned int>(-6)));
-  EXPECT_FALSE(List({5, -9}).match(static_cast<unsigned int>(-9)));
+  EXPECT_FALSE(CodeList({-6}).match(static_cast<unsigned int>(-6)));
+  EXPECT_FALSE(CodeList({5, -9}).match(static_cast<unsigned int>(-9)));
 }
 
 TEST_F(MatchErrcodes, Code96IsInNoGroup) {
   for (const auto& [group, codes] : ExpandedGroups()) {
-    EXPECT_FALSE(List({5, group}).match(96)) << group;
+    EXPECT_FALSE(CodeList({5, group}).match(96)) << group;
     EXPECT_FALSE(codes.contains(96));
   }
 }
 
-TEST_F(MatchErrcodes, LargestCodeMatches) { EXPECT_TRUE(List({0x7fffffff}).match(0x7fffffff)); }
+TEST_F(MatchErrcodes, LargestCodeMatches) { EXPECT_TRUE(CodeList({0x7fffffff}).match(0x7fffffff)); }
 
 TEST_F(MatchErrcodes, ListTracesNothing) {
   EXPECT_EQ(LinesOf(5,
                     [] {
                       (void)Errcodes().match(5);
-                      (void)List({-2, 7}).match(5);
-                      (void)List({-9}).match(5);
+                      (void)CodeList({-2, 7}).match(5);
+                      (void)CodeList({-9}).match(5);
                     }),
             Strings{});
 }
 
 TEST_F(MatchErrcodes, QueryTracesTheLastTest) {
-  query_.m_Errcodes = List({6});
+  query_.m_Errcodes = CodeList({6});
   event_.Code(0xfffffffe);
   EXPECT_FALSE(Matches());
   EXPECT_EQ(Traces(), AfterFlagsPass({"packet error code {u4:4294967294} doesn't match"}));
@@ -139,14 +139,14 @@ TEST_F(MatchErrcodes, QueryTracesTheLastTest) {
 }
 
 TEST_F(MatchErrcodes, QueryTracesSuccess) {
-  query_.m_Errcodes = List({5});
+  query_.m_Errcodes = CodeList({5});
   EXPECT_TRUE(Matches());
   EXPECT_EQ(Traces(), AfterFlagsPass({"final pass"}));
   ExpectLogged(5, "final pass", [this] { Matches(); });
 }
 
 TEST_F(MatchErrcodes, ProtocolIsTestedBeforeTheCode) {
-  query_.m_Errcodes = List({99});
+  query_.m_Errcodes = CodeList({99});
   query_.m_Protocols.assign({17});
   EXPECT_EQ(Traces().back(), "Protocol mismatch {u1:6}");
 }

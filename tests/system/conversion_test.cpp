@@ -11,6 +11,7 @@
 #include "tests/system/support/ask.h"
 #include "tests/system/support/capture.h"
 #include "tests/system/support/daemon.h"
+#include "tests/system/support/exit_codes.h"
 #include "tests/system/support/records.h"
 
 namespace packetdb::host::test {
@@ -22,9 +23,6 @@ using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::SizeIs;
 
-constexpr int kExitNotPermitted = 4;
-constexpr int kExitFailed = 7;
-constexpr int kExitInUse = 8;
 constexpr int kWrite = 1;
 
 class ConversionTest : public testing::Test {

@@ -9,6 +9,7 @@
 #include "tests/system/support/ask.h"
 #include "tests/system/support/daemon.h"
 #include "tests/system/support/eventually.h"
+#include "tests/system/support/exit_codes.h"
 #include "tests/system/support/raw_client.h"
 #include "tests/system/support/records.h"
 
@@ -21,9 +22,6 @@ using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::SizeIs;
 using testing::StartsWith;
-
-constexpr int kExitUsage = 2;
-constexpr int kExitFailed = 7;
 
 // A start that is expected to fail.
 Outcome RunDaemon(const Program::Arguments& arguments) {

@@ -14,6 +14,7 @@
 
 #include "host/record_file/superblock.h"
 #include "tests/host/cli/stored_journal.h"
+#include "tests/system/support/exit_codes.h"
 #include "tests/system/support/program.h"
 #include "tests/system/support/temporary_directory.h"
 
@@ -23,10 +24,6 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::MatchesRegex;
-
-constexpr int kExitNotPermitted = 4;
-constexpr int kExitDamaged = 5;
-constexpr int kExitFailed = 7;
 
 // Every name in a directory, with the bytes of the regular files.
 std::map<std::string, std::string> Contents(const std::string& directory) {
@@ -238,7 +235,6 @@ TEST(ExamineTest, SavesTheRecordsOfAJournalWithoutSuperblocks) {
 
 TEST(ExamineTest, FileIsRequiredAndFormatsAreKnown) {
   for (const char* command : {"info", "check", "dump"}) {
-    constexpr int kExitUsage = 2;
     EXPECT_EQ(RunCommand({command}).status, kExitUsage);
     const Outcome outcome = RunCommand({command, "/nonexistent/file", "--output", "xml"});
     EXPECT_EQ(outcome.status, kExitUsage);

@@ -10,6 +10,7 @@
 #include "host/record_file/probe.h"
 #include "tests/host/cli/stored_journal.h"
 #include "tests/system/support/eventually.h"
+#include "tests/system/support/exit_codes.h"
 #include "tests/system/support/program.h"
 #include "tests/system/support/temporary_directory.h"
 
@@ -17,8 +18,6 @@ namespace packetdb::host::test {
 namespace {
 
 using nlohmann::json;
-
-constexpr int kExitInUse = 8;
 
 std::vector<json> Lines(const std::string& text) {
   std::vector<json> values;

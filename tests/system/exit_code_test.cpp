@@ -11,6 +11,7 @@
 #include "tests/system/support/ask.h"
 #include "tests/system/support/capture.h"
 #include "tests/system/support/daemon.h"
+#include "tests/system/support/exit_codes.h"
 #include "tests/system/support/records.h"
 #include "tests/system/support/sanitizer.h"
 
@@ -20,11 +21,6 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::MatchesRegex;
-
-constexpr int kExitUsage = 2;
-constexpr int kExitUnreachable = 3;
-constexpr int kExitNotPermitted = 4;
-constexpr int kExitFailed = 7;
 
 void ExpectOneLine(const Outcome& outcome, int status, const std::string& complaint) {
   EXPECT_EQ(outcome.status, status);

@@ -11,6 +11,7 @@
 #include "tests/system/support/capture.h"
 #include "tests/system/support/daemon.h"
 #include "tests/system/support/eventually.h"
+#include "tests/system/support/exit_codes.h"
 #include "tests/system/support/raw_client.h"
 #include "tests/system/support/records.h"
 
@@ -21,8 +22,6 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::SizeIs;
-
-constexpr int kExitFailed = 7;
 
 UdpPacket PacketAt(std::uint32_t seconds) {
   UdpPacket packet;

@@ -4,6 +4,7 @@
 
 #include "tests/system/support/daemon.h"
 #include "tests/system/support/eventually.h"
+#include "tests/system/support/exit_codes.h"
 #include "tests/system/support/live_daemon.h"
 #include "tests/system/support/process_facts.h"
 #include "tests/system/support/raw_client.h"
@@ -13,14 +14,9 @@ namespace {
 
 using testing::HasSubstr;
 
-constexpr int kGroup = 5;
-constexpr int kPort = 9999;
-constexpr int kExitIntakeDied = 6;
-constexpr int kExitFailed = 7;
-
 class LiveTest : public testing::Test {
  protected:
-  LiveTest() { network_.LogUdp(kGroup, kPort, "pdb:input:flood:drop"); }
+  LiveTest() { network_.LogUdp(kLogGroup, kLoggedPort, "pdb:input:flood:drop"); }
   void Start(const LiveDaemonOptions& options = {}) {
     daemon_ = std::make_unique<LiveDaemon>(network_, place_, options);
   }
@@ -32,17 +28,17 @@ class LiveTest : public testing::Test {
 
 TEST_F(LiveTest, WhatThePacketFilterCountsIsInTheJournal) {
   Start();
-  network_.Send(kPort, 1234);
+  network_.Send(kLoggedPort, 1234);
   EXPECT_TRUE(EverythingIsJournaled(network_, place_)) << daemon_->Log();
   EXPECT_EQ(Journaled(place_).packets, 1234u);
 }
 
 TEST_F(LiveTest, WhatWaitsInTheKernelIsJournaledBeforeTheEnd) {
   Start();
-  network_.Send(kPort, 100);
+  network_.Send(kLoggedPort, 100);
   ASSERT_TRUE(EverythingIsJournaled(network_, place_));
   kill(daemon_->Intake(), SIGSTOP);
-  network_.Send(kPort, 500);
+  network_.Send(kLoggedPort, 500);
   daemon_->program().Signal(SIGTERM);
   kill(daemon_->Intake(), SIGCONT);
   EXPECT_EQ(daemon_->program().Wait().status, 0);
@@ -58,7 +54,7 @@ TEST_F(LiveTest, QueryProcessThatDiesIsStartedAgainAndIntakeNoticesNothing) {
       daemon_->LogSays("the query process was killed by signal 9 (Killed) and is started "
                        "again in 0 s"));
   ASSERT_TRUE(daemon_->LogSays("the query process was started again"));
-  network_.Send(kPort, 100);
+  network_.Send(kLoggedPort, 100);
   EXPECT_TRUE(EverythingIsJournaled(network_, place_));
   EXPECT_EQ(daemon_->Intake(), intake);
   kill(daemon_->Queries(), SIGKILL);
@@ -116,7 +112,7 @@ TEST_F(LiveTest, NoProcessHasRightsThatItDoesNotNeed) {
 TEST_F(LiveTest, MetricsAreServedOnTheirSocketAndOnAPortOfThisMachine) {
   place_.Configure("loopback_port = 9469\n");
   Start();
-  network_.Send(kPort, 10);
+  network_.Send(kLoggedPort, 10);
   ASSERT_TRUE(EverythingIsJournaled(network_, place_));
   const RawClient client(place_.metrics());
   client.Send("GET /metrics HTTP/1.1\r\nHost: here\r\n\r\n");

@@ -13,17 +13,17 @@
 namespace packetdb::host::test {
 namespace {
 
-constexpr std::size_t kEvents = 300;
+constexpr std::size_t kStored = 300;
 
-struct Options {
+struct OptionsRow {
   const char* name;
   Program::Arguments arguments;
   std::function<void(Query&)> meaning;
 };
 
-void PrintTo(const Options& row, std::ostream* out) { *out << row.name; }
+void PrintTo(const OptionsRow& row, std::ostream* out) { *out << row.name; }
 
-class QueryOptionsTest : public testing::TestWithParam<Options> {};
+class QueryOptionsTest : public testing::TestWithParam<OptionsRow> {};
 
 std::uint32_t AddressIn(const nlohmann::json& text) {
   return ntohl(inet_addr(text.get<std::string>().c_str()));
@@ -62,7 +62,7 @@ std::vector<SeenEvent> WithoutWords(std::vector<SeenEvent> events) {
 
 TEST_P(QueryOptionsTest, SelectTheirRows) {
   std::mt19937 random(2);
-  const std::vector<SeenEvent> events = WithoutWords(VariedEvents(kEvents, random));
+  const std::vector<SeenEvent> events = WithoutWords(VariedEvents(kStored, random));
   const TemporaryDirectory journals;
   Journal(journals.path(), "edge", events);
   const Daemon daemon(journals.path());
@@ -73,12 +73,12 @@ TEST_P(QueryOptionsTest, SelectTheirRows) {
     rows.push_back(Served(EventIn(row)));
   }
   EXPECT_FALSE(rows.empty());
-  EXPECT_LT(rows.size(), kEvents);
+  EXPECT_LT(rows.size(), kStored);
   EXPECT_THAT(rows, testing::ElementsAreArray(NaiveAnswer(query, "edge", events)));
 }
 
-const std::vector<Options>& AllOptions() {
-  static const std::vector<Options> options = {
+const std::vector<OptionsRow>& AllOptions() {
+  static const std::vector<OptionsRow> options = {
       {"Interface", {"wan"}, [](Query&) {}},
       {"Since", {"edge", "--since", "@1600000400"}, [](Query& q) { q.m_TimeStart = 1600000400; }},
       {"Until", {"edge", "-U", "2020-09-13T12:30:00Z"}, [](Query& q) { q.m_TimeEnd = 1600000200; }},

@@ -11,7 +11,7 @@
 namespace packetdb::host::test {
 namespace {
 
-constexpr std::size_t kEvents = 300;
+constexpr std::size_t kAsked = 300;
 constexpr int kQueries = 8000;
 
 // Makes queries around events of the journal, so that most of them select something.
@@ -75,7 +75,7 @@ class QueryMaker {
   std::mt19937& random_;
 };
 
-std::vector<std::string> Rows(const Answer& answer) {
+std::vector<std::string> TextsOf(const Answer& answer) {
   std::vector<std::string> rows;
   for (const PacketDbClientItem& row : answer.rows) {
     rows.push_back(Served(row.m_Item));
@@ -89,7 +89,7 @@ TEST(RandomQueryTest, AnswersAreTheNaiveFilters) {
   SCOPED_TRACE(seed_text);
   RecordProperty("seed", seed_text);
   std::mt19937 random(seed);
-  const std::vector<SeenEvent> events = VariedEvents(kEvents, random);
+  const std::vector<SeenEvent> events = VariedEvents(kAsked, random);
   const TemporaryDirectory journals;
   Journal(journals.path(), "edge", events);
   const Daemon daemon(journals.path());
@@ -100,7 +100,7 @@ TEST(RandomQueryTest, AnswersAreTheNaiveFilters) {
     SCOPED_TRACE("query " + std::to_string(i));
     const Query query = maker.Make();
     const Answer answer = Ask(*connection, query);
-    const std::vector<std::string> rows = Rows(answer);
+    const std::vector<std::string> rows = TextsOf(answer);
     ASSERT_EQ(answer.status, rows.empty() ? -3 : 0);
     ASSERT_EQ(rows, NaiveAnswer(query, "edge", events));
     answered += rows.empty() ? 0 : 1;

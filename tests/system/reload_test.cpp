@@ -11,13 +11,10 @@
 namespace packetdb::host::test {
 namespace {
 
-constexpr int kGroup = 5;
-constexpr int kPort = 9999;
-
 class ReloadTest : public testing::Test {
  protected:
   ReloadTest() : network_(), place_(), daemon_() {
-    network_.LogUdp(kGroup, kPort, "pdb:input:flood:drop");
+    network_.LogUdp(kLogGroup, kLoggedPort, "pdb:input:flood:drop");
     daemon_ = std::make_unique<LiveDaemon>(network_, place_);
   }
   // Asks for it and waits for the line that tells how it went.
@@ -37,7 +34,7 @@ constexpr char kDone[] = "configuration read again";
 constexpr char kFailed[] = "reload failed, everything stays as it was";
 
 TEST_F(ReloadTest, NothingIsLostWhilePacketsCome) {
-  const auto sending = network_.StartSending(kPort, 20000, 5000);
+  const auto sending = network_.StartSending(kLoggedPort, 20000, 5000);
   for (int i = 0; i < 5; ++i) {
     Reload(kDone);
   }
@@ -52,7 +49,7 @@ TEST_F(ReloadTest, AnotherIntakeAndAnotherQueryProcessTakeOver) {
   Reload(kDone);
   EXPECT_NE(daemon_->Intake(), intake);
   EXPECT_TRUE(Eventually([&] { return kill(queries, 0) != 0; })) << "it has nothing to do any more";
-  network_.Send(kPort, 10);
+  network_.Send(kLoggedPort, 10);
   EXPECT_TRUE(EverythingIsJournaled(network_, place_));
 }
 
@@ -64,7 +61,7 @@ TEST_F(ReloadTest, FileThatIsNotRightChangesNothing) {
   EXPECT_TRUE(daemon_->LogSays("colour"));
   EXPECT_EQ(daemon_->Intake(), intake);
   EXPECT_EQ(daemon_->Queries(), queries);
-  network_.Send(kPort, 10);
+  network_.Send(kLoggedPort, 10);
   EXPECT_TRUE(EverythingIsJournaled(network_, place_));
 }
 
@@ -78,7 +75,7 @@ TEST_F(ReloadTest, SourceThatCannotBeOpenedChangesNothing) {
 
 // The journal is somebody else's: intake cannot start, and the one before is started again.
 TEST_F(ReloadTest, IntakeThatCannotStartBringsTheOneBeforeBack) {
-  network_.Send(kPort, 10);
+  network_.Send(kLoggedPort, 10);
   ASSERT_TRUE(EverythingIsJournaled(network_, place_));
   place_.Configure("[[journal]]\nname = 'edge'\n");
   TemporaryDirectory elsewhere;
@@ -87,7 +84,7 @@ TEST_F(ReloadTest, IntakeThatCannotStartBringsTheOneBeforeBack) {
   ASSERT_EQ(symlink(elsewhere.Path("file").c_str(), blocked.c_str()), 0);
   Reload(kFailed);
   EXPECT_NE(daemon_->Intake(), 0);
-  network_.Send(kPort, 10);
+  network_.Send(kLoggedPort, 10);
   EXPECT_TRUE(EverythingIsJournaled(network_, place_)) << daemon_->Log();
 }
 
@@ -95,18 +92,18 @@ TEST_F(ReloadTest, GroupsComeAndGo) {
   network_.LogUdp(7, 7777, "pdb:input:seven:drop");
   place_.Configure("[[log_group]]\ngroup = 5\n[[log_group]]\ngroup = 7\n");
   Reload(kDone);
-  network_.Send(kPort, 10);
+  network_.Send(kLoggedPort, 10);
   network_.Send(7777, 20);
   EXPECT_TRUE(EverythingIsJournaled(network_, place_)) << daemon_->Log();
   place_.Configure("[[log_group]]\ngroup = 7\n");
   Reload(kDone);
-  network_.Send(kPort, 10);
+  network_.Send(kLoggedPort, 10);
   network_.Send(7777, 20);
   EXPECT_TRUE(Eventually([&] { return Journaled(place_).packets == 50; })) << daemon_->Log();
 }
 
 TEST_F(ReloadTest, QueryThatRunsIsAnsweredToItsEnd) {
-  network_.Send(kPort, 10);
+  network_.Send(kLoggedPort, 10);
   ASSERT_TRUE(EverythingIsJournaled(network_, place_));
   const auto connection = Connect(place_.socket());
   ASSERT_EQ(Ask(*connection, QueryOf("all")).status, 0);

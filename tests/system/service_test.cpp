@@ -19,16 +19,13 @@ using testing::Key;
 using testing::Not;
 using testing::SizeIs;
 
-constexpr int kGroup = 5;
-constexpr int kPort = 9999;
-
 // What comes in the time of a restart has to fit the socket's buffer, which is small for anybody
 // but root.
 int BearableRate() { return geteuid() == 0 ? 20000 : 500; }
 
 class ServiceTest : public testing::Test {
  protected:
-  ServiceTest() { network_.LogUdp(kGroup, kPort, "pdb:input:flood:drop"); }
+  ServiceTest() { network_.LogUdp(kLogGroup, kLoggedPort, "pdb:input:flood:drop"); }
   void Start(LiveDaemonOptions options = {}) {
     if (options.variables.empty()) {
       options.variables = {manager_.variable()};
@@ -86,7 +83,7 @@ TEST_F(ServiceTest, WatchdogIsFedUnderAFlood) {
   Start({.variables = {manager_.variable(), "WATCHDOG_USEC=2000000"},
          .descriptors = {},
          .descriptor_names = {}});
-  const auto sending = network_.StartSending(kPort, 300000, 0);
+  const auto sending = network_.StartSending(kLoggedPort, 300000, 0);
   EXPECT_EQ(sending->Wait().status, 0);
   manager_.ForgetSayings();
   EXPECT_TRUE(manager_.Hears("WATCHDOG=1"));
@@ -133,7 +130,7 @@ TEST_F(ServiceTest, LogGroupThatIsReadNoLongerIsForgottenAtTheStart) {
 TEST_F(ServiceTest, PacketsWaitForTheNextDaemon) {
   Start();
   ASSERT_TRUE(manager_.Hears("READY=1"));
-  const auto sending = network_.StartSending(kPort, 4 * BearableRate(), BearableRate());
+  const auto sending = network_.StartSending(kLoggedPort, 4 * BearableRate(), BearableRate());
   for (int restart = 0; restart < 3; ++restart) {
     EXPECT_EQ(daemon_->Stop().status, 0);
     Start(manager_.OptionsWithStored());
@@ -146,14 +143,14 @@ TEST_F(ServiceTest, PacketsWaitForTheNextDaemon) {
 TEST_F(ServiceTest, PacketsWaitForTheNextDaemonAlsoWhenOneIsKilled) {
   Start();
   ASSERT_TRUE(manager_.Hears("READY=1"));
-  network_.Send(kPort, 100);
+  network_.Send(kLoggedPort, 100);
   ASSERT_TRUE(EverythingIsJournaled(network_, place_));
   const pid_t intake = daemon_->Intake();
   kill(intake, SIGSTOP);
   daemon_->program().Signal(SIGKILL);
   daemon_->program().Wait();
   kill(intake, SIGKILL);
-  network_.Send(kPort, 100);
+  network_.Send(kLoggedPort, 100);
   Start(manager_.OptionsWithStored());
   EXPECT_TRUE(EverythingIsJournaled(network_, place_)) << daemon_->Log();
 }

@@ -7,6 +7,7 @@
 #include "host/journals/group_writer.h"
 #include "tests/system/support/ask.h"
 #include "tests/system/support/daemon.h"
+#include "tests/system/support/exit_codes.h"
 #include "tests/system/support/records.h"
 
 namespace packetdb::host::test {
@@ -17,10 +18,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
-
-constexpr int kExitUnreachable = 3;
-constexpr int kExitNotPermitted = 4;
-constexpr int kExitFailed = 7;
 
 // Two groups: "core" with two records on eth0, "edge" with one on eth1.
 class StatusTest : public testing::Test {

@@ -6,6 +6,7 @@
 #include <random>
 
 #include "host/log/log.h"
+#include "host/record_file/modes.h"
 #include "platform/record_file.h"
 #include "tests/faults/integrity/examination.h"
 #include "tests/faults/integrity/history.h"
@@ -16,8 +17,6 @@
 
 namespace packetdb::faults {
 namespace {
-
-constexpr int kWrite = 1;
 
 struct Options {
   Recipe recipe;
@@ -102,7 +101,7 @@ class Trial {
   // A writer sees what a reader sees, and leaves nothing damaged but records.
   void LetWrite(const Place& place, const std::string& where) {
     ++written_;
-    Judge(ReadAll(file_.path(), history_, kWrite), place, where + ", by a writer");
+    Judge(ReadAll(file_.path(), history_, host::mode::kWrite), place, where + ", by a writer");
     const Examined examined = Examine(file_.path());
     const bool is_repaired = place.part == Part::kSuperblocks || place.part == Part::kState;
     if (is_repaired && !examined.IsClean()) {

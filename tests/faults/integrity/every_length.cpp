@@ -6,6 +6,7 @@
 
 #include "host/log/log.h"
 #include "host/record_file/layout.h"
+#include "host/record_file/modes.h"
 #include "host/record_file/open.h"
 #include "host/record_file/probe.h"
 #include "host/record_file/snapshot.h"
@@ -19,8 +20,6 @@
 
 namespace packetdb::faults {
 namespace {
-
-constexpr int kWrite = 1;
 
 struct Options {
   Recipe recipe;
@@ -71,7 +70,7 @@ class Trial {
     Demand(host::ProbeRecordFile(file_.path(), &info), expected, length, "a probe");
     TakeSnapshot(expected, length);
     if (tried_++ % options_.examine_every == 0) Check(expected, length);
-    Demand(Read(length, kWrite), expected, length, "a writer");
+    Demand(Read(length, host::mode::kWrite), expected, length, "a writer");
     if (expected < 0) {
       RequireUnchanged(length);
       file_.Restore();

@@ -11,6 +11,7 @@
 
 #include "host/log/log.h"
 #include "host/record_file/layout.h"
+#include "host/record_file/modes.h"
 #include "platform/record_file.h"
 #include "tests/faults/integrity/examination.h"
 #include "tests/faults/integrity/history.h"
@@ -21,8 +22,6 @@
 
 namespace packetdb::faults {
 namespace {
-
-constexpr int kWrite = 1;
 
 struct Options {
   Recipe recipe;
@@ -149,7 +148,7 @@ class Trial {
                                    [this](std::uint64_t at) { return LiveAt(at).has_value(); });
     if (costs && examined.IsClean()) tally_.Violate("what costs records is reported", where);
     if (++cases_ % options_.writer_every == 0) {
-      Judge(ReadAll(file_.path(), history_, kWrite), touched, where + ", by a writer");
+      Judge(ReadAll(file_.path(), history_, host::mode::kWrite), touched, where + ", by a writer");
       Judge(ReadAll(file_.path(), history_), touched, where + ", after a writer");
       file_.Rewrite();
     }
@@ -173,7 +172,7 @@ class Trial {
   // Nobody can tell what is right, and so nobody touches the file.
   void RequireRefusal(int result, const std::string& where) {
     const Bytes before = ReadFile(file_.path());
-    for (const int mode : {0, kWrite}) {
+    for (const int mode : {0, host::mode::kWrite}) {
       const Reading reading = ReadAll(file_.path(), history_, mode);
       if (reading.result != result || reading.served + reading.wrong != 0) {
         tally_.Violate("a file without one superblock to believe is refused", where);

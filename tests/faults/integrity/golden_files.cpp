@@ -9,6 +9,7 @@
 
 #include "host/journals/conversion.h"
 #include "host/log/log.h"
+#include "host/record_file/modes.h"
 #include "host/record_file/result.h"
 #include "packetdb/journal_format.h"
 #include "platform/record_file.h"
@@ -22,7 +23,6 @@ namespace packetdb::faults {
 namespace {
 
 constexpr int kRead = 0;
-constexpr int kWrite = 1;
 
 struct Options {
   std::string golden;  // the folder
@@ -120,7 +120,7 @@ class Trial {
     const std::string path = folder_ + "/" + name;
     const Bytes bytes = Golden(name + ".file");
     WriteFile(path, bytes);
-    for (const int mode : {kRead, kWrite}) {
+    for (const int mode : {kRead, host::mode::kWrite}) {
       const int result = ReadContents(path, kJournalMagic, kJournalRecordSize, 2, mode).result;
       if (result != host::kUnsupportedLayout) {
         tally_.Violate("an earlier layout is refused", fmt::format("{}: {}", name, result));
@@ -137,7 +137,7 @@ class Trial {
     const Bytes bytes = Golden(recipe.name + ".file");
     WriteFile(path, bytes);
     RequireClean(path, recipe.name);
-    for (const int mode : {kRead, kWrite, kRead}) RequireRecords(path, recipe, mode);
+    for (const int mode : {kRead, host::mode::kWrite, kRead}) RequireRecords(path, recipe, mode);
     if (!recipe.died && ReadFile(path) != bytes) {
       tally_.Violate("opening changes no byte of a closed file", recipe.name);
     }

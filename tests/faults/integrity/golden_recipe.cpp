@@ -8,6 +8,7 @@
 #include "host/record_file/create.h"
 #include "host/record_file/frame.h"
 #include "host/record_file/geometry.h"
+#include "host/record_file/modes.h"
 #include "host/record_file/state.h"
 #include "host/record_file/superblock.h"
 #include "packetdb/journal_format.h"
@@ -16,8 +17,6 @@
 
 namespace packetdb::faults {
 namespace {
-
-constexpr int kWrite = 1;
 
 void Require(int result, const std::string& what) {
   if (result < 0) throw std::runtime_error(fmt::format("{} failed: {}", what, result));
@@ -102,7 +101,8 @@ Bytes MakeGolden(const GoldenRecipe& recipe, const std::string& path) {
   CreateEmpty(recipe, path);
   CDbFile file;
   const unsigned long records = recipe.capacity == 0 ? ~0UL : recipe.capacity;
-  Require(file.Init(path, recipe.magic.c_str(), recipe.record_size, records, kWrite), path);
+  Require(file.Init(path, recipe.magic.c_str(), recipe.record_size, records, host::mode::kWrite),
+          path);
   Fill(recipe, file);
   if (!recipe.died) file.Done();
   Bytes bytes = ReadFile(path);

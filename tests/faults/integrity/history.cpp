@@ -5,13 +5,12 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "host/record_file/modes.h"
 #include "platform/record_file.h"
 
 namespace packetdb::faults {
 namespace {
 
-constexpr int kWrite = 1;
-constexpr int kWriteAnew = 3;
 // Far from each other in the ring, and each record several times in the end.
 constexpr std::uint64_t kStride = 37;
 
@@ -59,15 +58,16 @@ void History::Write(const std::string& path) {
 }
 
 void History::Write(const std::string& path, CDbFile& file) {
-  Require(
-      file.Init(path, recipe_.magic.c_str(), recipe_.record_size, recipe_.MaxRecords(), kWriteAnew),
-      "creation");
+  Require(file.Init(path, recipe_.magic.c_str(), recipe_.record_size, recipe_.MaxRecords(),
+                    host::mode::kWrite | host::mode::kCreateAnew),
+          "creation");
   Fill(file);
 }
 
 void History::Continue(const std::string& path, CDbFile& file, const Recipe& recipe) {
   recipe_ = recipe;
-  Require(file.Init(path, recipe_.magic.c_str(), recipe_.record_size, recipe_.MaxRecords(), kWrite),
+  Require(file.Init(path, recipe_.magic.c_str(), recipe_.record_size, recipe_.MaxRecords(),
+                    host::mode::kWrite),
           "opening");
   Fill(file);
 }

@@ -15,14 +15,13 @@
 #include <thread>
 #include <unistd.h>
 
+#include "host/record_file/modes.h"
 #include "host/record_file/settings.h"
 #include "platform/record_file.h"
 
 namespace packetdb::faults {
 namespace {
 
-constexpr int kWrite = 1;
-constexpr int kWriteAnew = 3;
 // Between two looks at whether to stop.
 constexpr int kBatch = 1000;
 constexpr std::uint64_t kWritesUntilReopening = 200'000;
@@ -130,7 +129,7 @@ void RunWriter(const Load& load, const std::atomic<std::uint64_t>& stop,
                std::atomic<std::uint64_t>& writes) {
   SetWay(load.by_calls);
   Writer writer(load);
-  writer.Open(kWriteAnew);
+  writer.Open(host::mode::kWrite | host::mode::kCreateAnew);
   std::uint64_t until_reopening = kWritesUntilReopening;
   while (stop == 0) {
     for (int i = 0; i < kBatch; ++i) writer.Write();
@@ -138,7 +137,7 @@ void RunWriter(const Load& load, const std::atomic<std::uint64_t>& stop,
     until_reopening -= kBatch;
     if (until_reopening != 0) continue;
     until_reopening = kWritesUntilReopening;
-    if (load.reopens) writer.Open(kWrite);
+    if (load.reopens) writer.Open(host::mode::kWrite);
   }
 }
 

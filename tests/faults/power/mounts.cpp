@@ -18,7 +18,7 @@
 namespace packetdb::faults {
 namespace {
 
-constexpr unsigned int kSectorSize = 512;
+constexpr unsigned int kLoopSectorSize = 512;
 constexpr std::uintmax_t kExt4Size = 24U << 20U;
 constexpr std::uintmax_t kXfsSize = 320U << 20U;  // less is refused
 
@@ -56,7 +56,7 @@ bool LoopDevice::TakeFree(int control, const host::Descriptor& file) {
   if (!device_.IsOpen()) return false;
   loop_config config = {};
   config.fd = static_cast<std::uint32_t>(file.get());
-  config.block_size = kSectorSize;
+  config.block_size = kLoopSectorSize;
   config.info.lo_flags = LO_FLAGS_AUTOCLEAR;
   if (ioctl(device_.get(), LOOP_CONFIGURE, &config) == 0) return true;
   if (errno == EBUSY) return false;

@@ -18,7 +18,7 @@ std::span<const unsigned char> Bytes(const std::string& text) {
 }
 
 // What reading ends with when the peer sends these bytes and closes.
-BusError ReadingEndsWith(const std::string& bytes) {
+BusError ReadingFramesEndsWith(const std::string& bytes) {
   RawPeer peer;
   peer.SendAndClose(bytes);
   BusFrame frame;
@@ -77,11 +77,11 @@ TEST(Connection, ReadsFramesThatArriveByteByByte) {
 }
 
 TEST(Connection, TellsAnOrderlyCloseFromOneInAFrame) {
-  EXPECT_EQ(ReadingEndsWith(""), BusError::kPeerClosed);
-  EXPECT_EQ(ReadingEndsWith(FrameBytes(2, "whole")), BusError::kPeerClosed);
+  EXPECT_EQ(ReadingFramesEndsWith(""), BusError::kPeerClosed);
+  EXPECT_EQ(ReadingFramesEndsWith(FrameBytes(2, "whole")), BusError::kPeerClosed);
   const std::string frame = FrameBytes(2, "cut");
   for (std::size_t length = 1; length < frame.size(); ++length) {
-    EXPECT_EQ(ReadingEndsWith(frame.substr(0, length)), BusError::kClosedMidway) << length;
+    EXPECT_EQ(ReadingFramesEndsWith(frame.substr(0, length)), BusError::kClosedMidway) << length;
   }
 }
 
@@ -95,10 +95,10 @@ TEST(Connection, TakesACloseForMidwayWhereTheRestOfAnExchangeIsDue) {
 
 TEST(Connection, RefusesALengthOutOfBounds) {
   for (unsigned int length : {0u, 1u, kMaxFrameLength + 1, 0x80000000u, 0xFFFFFFFFu}) {
-    EXPECT_EQ(ReadingEndsWith(Big32(length)), BusError::kBadFrameLength) << length;
+    EXPECT_EQ(ReadingFramesEndsWith(Big32(length)), BusError::kBadFrameLength) << length;
   }
-  EXPECT_EQ(ReadingEndsWith(Big32(2)), BusError::kClosedMidway);
-  EXPECT_EQ(ReadingEndsWith(Big32(kMaxFrameLength)), BusError::kClosedMidway);
+  EXPECT_EQ(ReadingFramesEndsWith(Big32(2)), BusError::kClosedMidway);
+  EXPECT_EQ(ReadingFramesEndsWith(Big32(kMaxFrameLength)), BusError::kClosedMidway);
 }
 
 TEST(Connection, NamesTheLengthThatItRefused) {
@@ -112,14 +112,14 @@ TEST(Connection, NamesTheLengthThatItRefused) {
 TEST(Connection, RefusesEveryOtherVersion) {
   for (int version = 0; version < 256; ++version) {
     if (version == kProtocolVersion) continue;
-    EXPECT_EQ(ReadingEndsWith(FrameBytes(2, "", version)), BusError::kBadVersion) << version;
+    EXPECT_EQ(ReadingFramesEndsWith(FrameBytes(2, "", version)), BusError::kBadVersion) << version;
   }
 }
 
 TEST(Connection, RefusesEveryOtherType) {
   for (int type = 0; type < 256; ++type) {
     const bool known = type >= 1 && type <= 4;
-    EXPECT_EQ(ReadingEndsWith(FrameBytes(type, "")),
+    EXPECT_EQ(ReadingFramesEndsWith(FrameBytes(type, "")),
               known ? BusError::kPeerClosed : BusError::kBadFrameType)
         << type;
   }

@@ -13,9 +13,9 @@ class SeenSeconds : public EventSink {
   std::vector<std::int64_t> seen;
 };
 
-void Send(EventSink& sink, const std::vector<std::int64_t>& seconds) {
+void Send(EventSink& sink, const std::vector<std::int64_t>& times) {
   LiveEvent event;
-  for (const std::int64_t second : seconds) {
+  for (const std::int64_t second : times) {
     event.event.time = second;
     sink.Take(event);
   }

@@ -44,13 +44,14 @@ TEST(Glob, TakesANulForAByte) {
 }
 
 // What the pattern means, tried in every way.
-bool Naive(std::string_view pattern, std::string_view text) {
+bool MatchesPlainly(std::string_view pattern, std::string_view text) {
   if (pattern.empty()) return text.empty();
   if (pattern[0] == '*') {
-    return Naive(pattern.substr(1), text) || (!text.empty() && Naive(pattern, text.substr(1)));
+    return MatchesPlainly(pattern.substr(1), text) ||
+           (!text.empty() && MatchesPlainly(pattern, text.substr(1)));
   }
   return !text.empty() && (pattern[0] == '?' || pattern[0] == text[0]) &&
-         Naive(pattern.substr(1), text.substr(1));
+         MatchesPlainly(pattern.substr(1), text.substr(1));
 }
 
 std::string Word(std::size_t number, int length, std::string_view letters) {
@@ -69,7 +70,8 @@ TEST(Glob, FitsWhatItMeansForEveryShortPatternAndText) {
     for (std::size_t t = 0; t < kTexts; ++t) {
       for (int length = 0; length <= 5; ++length) {
         const std::string text = Word(t, length, "ab");
-        ASSERT_EQ(GlobMatches(pattern, text), Naive(pattern, text)) << pattern << " " << text;
+        ASSERT_EQ(GlobMatches(pattern, text), MatchesPlainly(pattern, text))
+            << pattern << " " << text;
       }
     }
   }

@@ -63,9 +63,9 @@ TEST(ANodeTable, TakesTheLaterOfTwoEntriesWithOneNetwork) {
 }
 
 // What the table means: a look at every length, longest first.
-class Naive {
+class PlainNodeTable {
  public:
-  explicit Naive(const std::vector<NodeSettings>& nodes) {
+  explicit PlainNodeTable(const std::vector<NodeSettings>& nodes) {
     for (const NodeSettings& node : nodes) ids_[{node.prefix_length, node.network}] = node.id;
   }
   std::uint32_t Find(std::uint32_t address) const {
@@ -96,11 +96,11 @@ class ARandomNodeTable : public testing::TestWithParam<int> {
   std::uint32_t Address(std::uint32_t area) {
     return 0x0A000000U ^ (static_cast<std::uint32_t>(random_()) & area);
   }
-  void ExpectAsNaive(const std::vector<NodeSettings>& nodes, std::uint32_t area) {
+  void ExpectAsPlain(const std::vector<NodeSettings>& nodes, std::uint32_t area) {
     const NodeTable table(nodes);
-    const Naive naive(nodes);
+    const PlainNodeTable plain(nodes);
     const auto expect_same = [&](std::uint32_t address) {
-      ASSERT_EQ(table.Find(address), naive.Find(address)) << std::hex << address;
+      ASSERT_EQ(table.Find(address), plain.Find(address)) << std::hex << address;
     };
     for (int i = 0; i < 2000; ++i) expect_same(Address(area));
     for (const NodeSettings& node : nodes) {
@@ -117,9 +117,9 @@ class ARandomNodeTable : public testing::TestWithParam<int> {
 };
 
 TEST_P(ARandomNodeTable, AnswersAsALookAtEveryLengthDoes) {
-  ExpectAsNaive(Networks(300, 0, 0xFFFFFFFF), 0xFFFFFFFF);
-  ExpectAsNaive(Networks(300, 8, 0x0000FFFF), 0x0001FFFF);
-  ExpectAsNaive(Networks(40, 24, 0x000000FF), 0x000001FF);
+  ExpectAsPlain(Networks(300, 0, 0xFFFFFFFF), 0xFFFFFFFF);
+  ExpectAsPlain(Networks(300, 8, 0x0000FFFF), 0x0001FFFF);
+  ExpectAsPlain(Networks(40, 24, 0x000000FF), 0x000001FF);
 }
 
 INSTANTIATE_TEST_SUITE_P(Twenty, ARandomNodeTable, testing::Range(0, 20));
@@ -144,10 +144,10 @@ TEST(ANodeTable, HoldsAHundredThousandNetworks) {
     nodes.push_back(Network((0x0A000000U + i) << 8U, 24, i + 1));
   }
   const NodeTable table(nodes);
-  const Naive naive(nodes);
+  const PlainNodeTable plain(nodes);
   for (std::uint32_t i = 0; i < 100000; i += 7) {
     const std::uint32_t address = ((0x0A000000U + i) << 8U) + i % 256;
-    ASSERT_EQ(table.Find(address), naive.Find(address)) << i;
+    ASSERT_EQ(table.Find(address), plain.Find(address)) << i;
   }
 }
 

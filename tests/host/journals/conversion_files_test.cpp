@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "host/journals/conversion_settle.h"
+#include "host/record_file/modes.h"
 #include "packetdb/journal_format.h"
 #include "platform/record_file.h"
 #include "tests/host/journals/old_journals.h"
@@ -15,8 +16,6 @@ namespace packetdb::host::test {
 namespace {
 
 using testing::ElementsAre;
-
-constexpr int kWrite = 1;
 
 class NamesOfAConversion : public testing::Test {
  protected:
@@ -60,7 +59,7 @@ TEST_F(NamesOfAConversion, StayWhileTheyAreTheOnlyOnes) {
 TEST_F(NamesOfAConversion, StayWithAFileThatIsBeingWritten) {
   MakeRecordFile(files_.temporary, kJournalMagic, kJournalRecordSize);
   CDbFile busy;
-  ASSERT_EQ(busy.Init(files_.temporary, kJournalMagic, kJournalRecordSize, 1000, kWrite), 0);
+  ASSERT_EQ(busy.Init(files_.temporary, kJournalMagic, kJournalRecordSize, 1000, mode::kWrite), 0);
   RemoveLeftover(files_.temporary, geteuid());
   EXPECT_TRUE(IsThere(files_.temporary));
   busy.Done();

@@ -12,6 +12,7 @@
 
 #include "host/journals/conversion.h"
 #include "host/journals/error.h"
+#include "host/record_file/modes.h"
 #include "packetdb/journal_format.h"
 #include "platform/record_file.h"
 #include "tests/host/journals/old_journals.h"
@@ -25,7 +26,6 @@ namespace {
 using testing::ElementsAre;
 
 constexpr int kRead = 0;
-constexpr int kWrite = 1;
 constexpr char kBusy[] =
     "the record file is in use by another process; try again when that is done";
 constexpr int kAsSaid = 0;
@@ -67,7 +67,8 @@ TEST_P(RefusedConversion, BecauseOfAWriter) {
   RecordFileInfo info;
   ASSERT_EQ(ProbeRecordFile(journal_, &info), 0);
   CDbFile writer;
-  ASSERT_EQ(writer.Init(journal_, info.magic.c_str(), info.record_size, info.capacity, kWrite), 0);
+  ASSERT_EQ(
+      writer.Init(journal_, info.magic.c_str(), info.record_size, info.capacity, mode::kWrite), 0);
   ExpectNotConverted(kBusy);
 }
 

@@ -10,6 +10,7 @@
 #include "host/journals/conversion.h"
 #include "host/journals/error.h"
 #include "host/record_file/descriptor.h"
+#include "host/record_file/modes.h"
 #include "packetdb/journal_format.h"
 #include "platform/record_file.h"
 #include "tests/host/journals/old_journals.h"
@@ -23,7 +24,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 
 constexpr JournalFormat kOld = JournalFormat::k41;
-constexpr int kWrite = 1;
 
 class InterruptedConversion : public testing::Test {
  protected:
@@ -217,7 +217,7 @@ TEST_F(InterruptedConversion, GivesTheTimesThatFormat3HadNotAlsoToAFileWithoutIt
 TEST_F(InterruptedConversion, DoesNotGiveTheNameToAFileInTheMaking) {
   MakeConverted(temporary_, 5);
   CDbFile busy;
-  ASSERT_EQ(busy.Init(temporary_, kJournalMagic, kJournalRecordSize, 1000, kWrite), 0);
+  ASSERT_EQ(busy.Init(temporary_, kJournalMagic, kJournalRecordSize, 1000, mode::kWrite), 0);
   ExpectRefusal("is in use by another process");
 }
 

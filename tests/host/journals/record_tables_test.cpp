@@ -2,6 +2,7 @@
 // examples are records that the library converts as the page says.
 #include <gmock/gmock.h>
 
+#include "host/record_file/modes.h"
 #include "packetdb/journal_format.h"
 #include "platform/record_file.h"
 #include "tests/host/record_file/page.h"
@@ -12,7 +13,6 @@ namespace {
 using testing::ElementsAreArray;
 
 constexpr int kRead = 0;
-constexpr int kWrite = 1;
 constexpr int kWriteMissing = 1 | 4;
 
 std::vector<Field> CurrentFields() {
@@ -89,7 +89,7 @@ TEST_P(RecordExamples, BecomeTheRecordsThatThePageSays) {
     ASSERT_EQ(file.AppendRecord(example.data()), 0);
   }
   DbFileStorage storage;
-  ASSERT_EQ(storage.Init(path, 2, kWrite, 60), 0);
+  ASSERT_EQ(storage.Init(path, 2, mode::kWrite, 60), 0);
   storage.Done();
   CDbFile file;
   ASSERT_EQ(file.Init(path, kJournalMagic, kJournalRecordSize, 2, kRead), 0);

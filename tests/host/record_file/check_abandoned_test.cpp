@@ -18,9 +18,9 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr std::uint64_t kState = kStateOffset + offsetof(StatePage, state);
+constexpr std::uint64_t kStateAt = kStateOffset + offsetof(StatePage, state);
 
-const Found kNotClosed = Note(kState, kFindNotClosed);
+const Found kNotClosed = Note(kStateAt, kFindNotClosed);
 
 class AbandonedCheck : public testing::Test {
  protected:
@@ -182,7 +182,7 @@ TEST_F(AbandonedCheck, AfterAFailedFlushIsAWarning) {
     state->state = kFailed;
     state->synced = 4;
   });
-  EXPECT_THAT(Findings(), ElementsAre(Warning(kState, kFindFlushFailed)));
+  EXPECT_THAT(Findings(), ElementsAre(Warning(kStateAt, kFindFlushFailed)));
   EXPECT_THAT(texts_[0], HasSubstr("from number 4 on may be lost when the machine stops"));
   EXPECT_THAT(FoundAfterRepair(), IsEmpty());
 }

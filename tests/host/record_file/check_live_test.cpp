@@ -17,11 +17,12 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr unsigned long kLargest = 5000;  // records; far more than are appended during a look
+constexpr unsigned long kLargestChecked =
+    5000;  // records; far more than are appended during a look
 
 // Appends and overwrites for as long as the process lives; from time to time it opens the file
 // anew.
-[[noreturn]] void WriteForEver(const std::string& path, unsigned long capacity) {
+[[noreturn]] void WriteAndReopenForEver(const std::string& path, unsigned long capacity) {
   for (std::uint64_t number = 0;;) {
     CDbFile file;
     if (Open(file, path, kModeWrite, capacity) < 0) _exit(1);
@@ -38,7 +39,7 @@ constexpr unsigned long kLargest = 5000;  // records; far more than are appended
 class FullSpeedCheck : public testing::TestWithParam<unsigned long> {
  protected:
   FullSpeedCheck() : path_(MakeJournal(disk_, 0, GetParam())), writer_(fork()) {
-    if (writer_ == 0) WriteForEver(path_, GetParam());
+    if (writer_ == 0) WriteAndReopenForEver(path_, GetParam());
   }
   ~FullSpeedCheck() override {
     if (!writer_works_) return;
@@ -66,7 +67,8 @@ TEST_P(FullSpeedCheck, FindsNothing) {
   EXPECT_TRUE(WriterWorks()) << "all the time";
 }
 
-INSTANTIATE_TEST_SUITE_P(Capacities, FullSpeedCheck, testing::Values(3UL, 64UL, kLargest, 200000UL),
+INSTANTIATE_TEST_SUITE_P(Capacities, FullSpeedCheck,
+                         testing::Values(3UL, 64UL, kLargestChecked, 200000UL),
                          testing::PrintToStringParamName());
 
 class LiveCheck : public testing::Test {

@@ -12,11 +12,11 @@
 namespace packetdb::host {
 namespace {
 
-constexpr std::uint64_t kLength = 4 * kPageSize;
+constexpr std::uint64_t kFileLength = 4 * kPageSize;
 
 class MediumTest : public testing::TestWithParam<Way> {
  protected:
-  MediumTest() { WriteBytes(path_, Bytes(kLength, 'o')); }
+  MediumTest() { WriteBytes(path_, Bytes(kFileLength, 'o')); }
 
   bool IsMapped() const { return GetParam() == Way::kMapped; }
 
@@ -32,7 +32,7 @@ INSTANTIATE_TEST_SUITE_P(BothWays, MediumTest, testing::Values(Way::kMapped, Way
 TEST_P(MediumTest, WritesWhereItIsToldAndNowhereElse) {
   OpenBytes bytes(path_, GetParam());
   ASSERT_EQ(bytes.medium.Write(4000, "written", 7), kRecordFileOk);
-  Bytes expected(kLength, 'o');
+  Bytes expected(kFileLength, 'o');
   std::copy_n("written", 7, expected.begin() + 4000);
   EXPECT_EQ(ReadBytes(path_), expected);
 }
@@ -73,9 +73,9 @@ TEST_P(MediumTest, KeepsTheFilesOffsetsWhenItCoversOnlyAPart) {
 
 TEST_P(MediumTest, ReachesWhatAFileGrewBy) {
   OpenBytes bytes(path_, GetParam());
-  std::filesystem::resize_file(path_, 100 * kLength);
-  ASSERT_EQ(bytes.medium.Grow(100 * kLength), kRecordFileOk);
-  ASSERT_EQ(bytes.medium.Write(100 * kLength - 1, "x", 1), kRecordFileOk);
+  std::filesystem::resize_file(path_, 100 * kFileLength);
+  ASSERT_EQ(bytes.medium.Grow(100 * kFileLength), kRecordFileOk);
+  ASSERT_EQ(bytes.medium.Write(100 * kFileLength - 1, "x", 1), kRecordFileOk);
   EXPECT_EQ(ReadBytes(path_).back(), 'x');
   EXPECT_FALSE(bytes.medium.IsLost());
 }

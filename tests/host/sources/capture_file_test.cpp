@@ -16,8 +16,7 @@ namespace {
 
 using testing::ElementsAre;
 
-constexpr std::uint32_t kSecond = 1000000000;  // 684467200 in a journal
-const std::string kUdpEvent =
+const std::string kCapturedUdpEvent =
     "capture 10.0.0.1:1000 > 10.0.0.2:53 proto 17 flags 0x0 code 60 size 32 at 684467200";
 
 class CaptureFiles : public testing::Test {
@@ -39,21 +38,21 @@ TEST_P(EveryOrder, ReadsPcapInMicroseconds) {
   PcapFile file(kLinkEthernet, GetParam());
   file.Packet(kSecond, 123456, Ethernet(0x0800, Udp()));
   EXPECT_EQ(TimeIn(file.bytes()), "1000000000.123456000");
-  EXPECT_THAT(ReadCapture(dir_.Path("time")).events, ElementsAre(kUdpEvent));
+  EXPECT_THAT(ReadCapture(dir_.Path("time")).events, ElementsAre(kCapturedUdpEvent));
 }
 
 TEST_P(EveryOrder, ReadsPcapInNanoseconds) {
   PcapFile file(kLinkEthernet, GetParam(), true);
   file.Packet(kSecond, 123456789, Ethernet(0x0800, Udp()));
   EXPECT_EQ(TimeIn(file.bytes()), "1000000000.123456789");
-  EXPECT_THAT(ReadCapture(dir_.Path("time")).events, ElementsAre(kUdpEvent));
+  EXPECT_THAT(ReadCapture(dir_.Path("time")).events, ElementsAre(kCapturedUdpEvent));
 }
 
 TEST_P(EveryOrder, ReadsPcapng) {
   PcapngFile file(kLinkEthernet, GetParam());
   file.Packet(kSecond * std::uint64_t{1000000} + 123456, Ethernet(0x0800, Udp()));
   EXPECT_EQ(TimeIn(file.bytes()), "1000000000.123456000");
-  EXPECT_THAT(ReadCapture(dir_.Path("time")).events, ElementsAre(kUdpEvent));
+  EXPECT_THAT(ReadCapture(dir_.Path("time")).events, ElementsAre(kCapturedUdpEvent));
 }
 
 TEST_P(EveryOrder, ReadsPcapngInNanoseconds) {
@@ -117,7 +116,7 @@ TEST_F(CaptureFiles, PacketsWithoutAnEventAreCountedAndPassedOver) {
   PcapFile file(kLinkRaw);
   file.Packet(kSecond, 0, {0x60}).Packet(kSecond, 0, Udp()).Packet(kSecond, 0, {});
   const ReadResult result = ReadCapture(dir_.File("mixed", file.bytes()));
-  EXPECT_THAT(result.events, ElementsAre(kUdpEvent));
+  EXPECT_THAT(result.events, ElementsAre(kCapturedUdpEvent));
   EXPECT_EQ(result.counters.packets(), 3U);
   EXPECT_EQ(result.counters.skipped(SkipReason::kIpv6), 1U);
   EXPECT_EQ(result.counters.skipped(SkipReason::kTruncatedIpv4), 1U);
@@ -133,7 +132,7 @@ TEST_F(CaptureFiles, DeliversTimesThatGoBackAsTheyAre) {
 TEST_F(CaptureFiles, WireLengthBelowTheCapturedOneIsNotBelieved) {
   PcapFile file(kLinkRaw);
   file.Packet(kSecond, 0, Ipv4{.total_length = 0}.Build(), 1);
-  EXPECT_THAT(ReadCapture(dir_.File("short", file.bytes())).events, ElementsAre(kUdpEvent));
+  EXPECT_THAT(ReadCapture(dir_.File("short", file.bytes())).events, ElementsAre(kCapturedUdpEvent));
 }
 
 TEST_F(CaptureFiles, DashIsStandardInput) {
@@ -147,7 +146,7 @@ TEST_F(CaptureFiles, DashIsStandardInput) {
   if (saved >= 0) dup2(saved, STDIN_FILENO);
   close(saved);
   close(input);
-  EXPECT_THAT(result.events, ElementsAre(kUdpEvent));
+  EXPECT_THAT(result.events, ElementsAre(kCapturedUdpEvent));
 }
 
 }  // namespace

@@ -9,6 +9,9 @@
 
 namespace packetdb::host::test {
 
+// When packets of most captures were seen, Unix time; 684467200 in a journal.
+inline constexpr std::uint32_t kSecond = 1000000000;
+
 // Values of the files' link type field.
 inline constexpr std::uint32_t kLinkNull = 0, kLinkEthernet = 1, kLinkRaw = 101, kLinkLoop = 108,
                                kLinkCooked = 113, kLinkPrism = 119, kLinkIpv4 = 228,

@@ -16,7 +16,6 @@ using testing::HasSubstr;
 using testing::SizeIs;
 using testing::StartsWith;
 
-constexpr std::uint32_t kSecond = 1000000000;
 constexpr std::uint64_t kTick = kSecond * std::uint64_t{1000000};
 
 class DamagedCapture : public testing::Test {

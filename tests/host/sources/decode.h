@@ -16,6 +16,10 @@ namespace packetdb::host::test {
 // When the frames of Decode() were seen: the fifth second of 1980.
 inline constexpr std::int64_t kSecondFive = 315532805;
 
+// What Decode() makes of Udp(), captured with all its bytes.
+inline const std::string kUdpEvent =
+    "capture 10.0.0.1:1000 > 10.0.0.2:53 proto 17 flags 0x0 code 60 size 32 at 5";
+
 struct Decoded {
   std::optional<Event> event;
   CaptureCounters counters;

@@ -8,9 +8,6 @@
 namespace packetdb::host::test {
 namespace {
 
-const std::string kUdpEvent =
-    "capture 10.0.0.1:1000 > 10.0.0.2:53 proto 17 flags 0x0 code 60 size 32 at 5";
-
 Bytes Tagged(std::size_t tags) {
   Bytes inside = Udp();
   std::uint16_t type = 0x0800;

@@ -17,7 +17,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const std::string kUdpEvent =
+const std::string kLoggedUdpEvent =
     "nflog 10.0.0.1:1000 > 10.0.0.2:53 proto 17 flags 0x0 code 0 size 32 at 5 group 5";
 
 class LogRecordsTest : public testing::Test {
@@ -54,7 +54,7 @@ TEST_F(LogRecordsTest, NothingOfARecordStaysForTheNextOne) {
                          Attribute(kTypeMark, Big(7U)) + Attribute(kTypeUid, Big(1000U)) +
                          Attribute(kTypePayload, Udp())));
   Take(LogMessage(5, Attribute(kTypePayload, Udp())));
-  EXPECT_EQ(sink_.events().back(), kUdpEvent);
+  EXPECT_EQ(sink_.events().back(), kLoggedUdpEvent);
 }
 
 TEST_F(LogRecordsTest, TheRecordsTimeIsTheEvents) {
@@ -78,7 +78,7 @@ TEST_F(LogRecordsTest, TimesThatAJournalCannotHoldAreTreatedAsEverywhere) {
 
 TEST_F(LogRecordsTest, ADatagramMayHoldManyRecordsAndTheirEnd) {
   Take(Numbered(0) + Numbered(1) + Numbered(2) + Message(kMessageDone, Zeros(4)));
-  EXPECT_THAT(sink_.events(), ElementsAre(kUdpEvent, kUdpEvent, kUdpEvent));
+  EXPECT_THAT(sink_.events(), ElementsAre(kLoggedUdpEvent, kLoggedUdpEvent, kLoggedUdpEvent));
   EXPECT_EQ(records_.lost(), 0U);
   EXPECT_EQ(records_.malformed(), 0U);
 }

@@ -12,8 +12,6 @@ namespace {
 
 using testing::ElementsAre;
 
-constexpr std::uint32_t kSecond = 1000000000;
-
 struct Moment {
   std::uint32_t second;  // behind kSecond
   std::uint32_t nanoseconds;

@@ -9,9 +9,6 @@ namespace packetdb::host::test {
 namespace {
 
 const std::string kDamaged = "NFLOG record damaged x1";
-const std::string kUdpEvent =
-    "capture 10.0.0.1:1000 > 10.0.0.2:53 proto 17 flags 0x0 code 60 size 32 at 5";
-
 // A record that starts with a good payload and goes on with `tail`.
 std::string PayloadThen(const Bytes& tail, std::size_t missing = 0) {
   const Bytes record = Nflog(kFamilyIpv4, Attribute(kTypePayload, Udp()) + tail);

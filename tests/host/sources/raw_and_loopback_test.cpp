@@ -8,9 +8,6 @@
 namespace packetdb::host::test {
 namespace {
 
-const std::string kUdpEvent =
-    "capture 10.0.0.1:1000 > 10.0.0.2:53 proto 17 flags 0x0 code 60 size 32 at 5";
-
 TEST(RawIp, TellsTheVersionsApart) {
   EXPECT_EQ(Decode(ParseRawIp, Udp()), kUdpEvent);
   EXPECT_EQ(Decode(ParseRawIp, Bytes{0x60} + Zeros(39)), "IPv6 x1");

@@ -11,6 +11,10 @@
 
 namespace packetdb::host::test {
 
+// What tests log, and where to.
+inline constexpr int kLogGroup = 5;
+inline constexpr int kLoggedPort = 9999;
+
 class LiveNetwork {
  public:
   // In namespaces that an ordinary user may make; root does without one for users, which would
