@@ -10,6 +10,7 @@
 #include "tests/host/journals/old_journals.h"
 #include "tests/host/journals/support.h"
 #include "tests/host/record_file/stepper.h"
+#include "tests/support/sweep.h"
 
 namespace packetdb::host::test {
 namespace {
@@ -114,12 +115,17 @@ TEST_P(KilledConversion, LosesNothing) {
 }
 
 TEST_P(TwiceKilledConversion, LosesNothing) {
+  const packetdb::test::Sweep sweep(4);
+  SCOPED_TRACE(packetdb::test::SeedText(sweep.seed()));
   const std::string directory = MakeGroup();
   std::set<Shape> first;
   std::set<Shape> second;
   int stops = 0;
+  int killed_again = 0;
   StepThroughOpening(directory, [&] {
     if (HasFailure() || !first.insert(ShapeOf(directory)).second) return;
+    if (!sweep.Takes(static_cast<int>(first.size()))) return;
+    ++killed_again;
     const std::string copy = CopyOf(directory, "killed again");
     const int recovery = StepThroughOpening(copy, [&] {
       if (!HasFailure() && second.insert(ShapeOf(copy)).second) ExpectRecovery(copy);
@@ -128,8 +134,8 @@ TEST_P(TwiceKilledConversion, LosesNothing) {
     stops += recovery;
   });
   Report(stops);
-  EXPECT_GT(stops, 1000) << "the sweep has missed most of the recoveries";
-  EXPECT_GE(recoveries_, static_cast<int>(first.size()));
+  EXPECT_GT(stops * sweep.parts(), 1000) << "the sweep has missed most of the recoveries";
+  EXPECT_GE(recoveries_, killed_again);
 }
 
 // Once the old file has lost its first name, a wish to keep it can no longer be taken for granted.
