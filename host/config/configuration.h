@@ -64,11 +64,11 @@ struct RuleSettings {
 // Events that are kept out of the journals. Every condition given has to hold.
 struct ExclusionSettings {
   enum class Action {
-    kDrop,   // counted as excluded, and that is all
-    kCount,  // packets and bytes are counted besides, under the exclusion's name
+    kCount,  // packets and bytes are counted under the exclusion's name
+    kDrop,   // the source's excluded events are one more, and that is all
   };
   std::string name;
-  Action action = Action::kDrop;
+  Action action = Action::kCount;
   std::string prefix;  // with * and ?; empty: any
   // Of either end, IPv4 in host byte order, both included.
   struct Addresses {

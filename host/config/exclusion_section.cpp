@@ -158,9 +158,9 @@ std::unique_ptr<Section> MakeExclusionSection() {
   keys.back().required = true;
   keys.push_back(ChoiceKey<Exclusion, Exclusion::Action>(
       "action", &Exclusion::action,
-      {{"drop", Exclusion::Action::kDrop}, {"count", Exclusion::Action::kCount}},
-      "Whether events are only counted as excluded, or their packets and bytes as well, under this "
-      "name.",
+      {{"count", Exclusion::Action::kCount}, {"drop", Exclusion::Action::kDrop}},
+      "Whether packets and bytes are counted under this name, or only among all that their source "
+      "excluded.",
       Effect::kIntake));
   for (Key<Exclusion>& key : Conditions()) keys.push_back(std::move(key));
   return std::make_unique<ListSection<Exclusion>>(

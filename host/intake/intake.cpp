@@ -38,6 +38,7 @@ struct Intake::Parts {
   void CountExcluded(int exclusion, const CDrvErrorItemV4& item);
   void Journal(const LiveEvent& event, PrefixDecision& decision, Route& route);
   SourceRow& RowOf(const LiveSource& of);
+  ExclusionStatus* RowOf(const ExclusionSettings& exclusion, std::size_t place);
   void PublishForgotten();
 
   StatusPage& page;
@@ -45,7 +46,7 @@ struct Intake::Parts {
   std::optional<RuleNumbers> numbers;
   RuleSet rules;
   Exclusions exclusions;
-  std::vector<ExclusionStatus*> exclusion_rows;  // null where the page has no room
+  std::vector<ExclusionStatus*> exclusion_rows;  // null: not counted, or the page has no room
   PrefixTable prefixes;
   NodeMemo nodes;
   RouteTable routes;
@@ -71,9 +72,15 @@ Intake::Parts::Parts(const Configuration& configuration, StatusPage& status_page
   }
   numbers.emplace(configuration.directory, page.rules);
   for (std::size_t i = 0; i < configuration.exclusions.size(); ++i) {
-    exclusion_rows.push_back(
-        FindOrAddRow(page.exclusions, RowName(configuration.exclusions[i], i)));
+    exclusion_rows.push_back(RowOf(configuration.exclusions[i], i));
   }
+}
+
+ExclusionStatus* Intake::Parts::RowOf(const ExclusionSettings& exclusion, std::size_t place) {
+  if (exclusion.action == ExclusionSettings::Action::kDrop) {
+    return nullptr;
+  }
+  return FindOrAddRow(page.exclusions, RowName(exclusion, place));
 }
 
 void Intake::Parts::Take(const LiveEvent& event) {

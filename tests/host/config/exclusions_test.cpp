@@ -16,7 +16,7 @@ TEST(Exclusions, TakeEveryKey) {
   const Configuration configuration = Read(R"(
 [[exclusion]]
 name = "noise"
-action = "count"
+action = "drop"
 prefix = "noise*"
 addresses = ["10.0.0.7", "10.1.0.0/16", "10.2.0.1-10.2.0.9"]
 ports = [53, "8000-8100"]
@@ -25,7 +25,7 @@ protocols = ["udp", 132]
   ASSERT_EQ(configuration.exclusions.size(), 1U);
   const ExclusionSettings& exclusion = configuration.exclusions[0];
   EXPECT_EQ(exclusion.name, "noise");
-  EXPECT_EQ(exclusion.action, ExclusionSettings::Action::kCount);
+  EXPECT_EQ(exclusion.action, ExclusionSettings::Action::kDrop);
   EXPECT_EQ(exclusion.prefix, "noise*");
   EXPECT_THAT(exclusion.addresses,
               ElementsAre(ExclusionSettings::Addresses{0x0A000007, 0x0A000007},
@@ -36,11 +36,11 @@ protocols = ["udp", 132]
   EXPECT_THAT(exclusion.protocols, ElementsAre(17, 132));
 }
 
-TEST(Exclusions, OnlyDropWhereNoActionIsGiven) {
+TEST(Exclusions, CountUnderTheirNameWhereNoActionIsGiven) {
   EXPECT_EQ(Read("[[exclusion]]\nname = \"x\"\nports = [53]\n").exclusions[0].action,
-            ExclusionSettings::Action::kDrop);
+            ExclusionSettings::Action::kCount);
   EXPECT_EQ(ProblemWith("ports = [53]\naction = \"hide\""),
-            "c.toml:4:10: action = \"hide\": give one of \"drop\", \"count\", such as \"drop\"");
+            "c.toml:4:10: action = \"hide\": give one of \"count\", \"drop\", such as \"count\"");
 }
 
 TEST(Exclusions, NeedAConditionAndAName) {

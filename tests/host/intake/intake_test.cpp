@@ -132,13 +132,25 @@ TEST_F(AnIntake, GivesNoNumberToRulesWhoseEventsAreNotJournaled) {
   EXPECT_EQ(Dictionary().entries().size(), 0U);
 }
 
+TEST_F(AnIntake, CountsWhatIsToBeDroppedUnderNoName) {
+  ExclusionSettings noise;
+  noise.name = "noise";
+  noise.action = ExclusionSettings::Action::kDrop;
+  noise.prefix = "noise";
+  configuration().exclusions = {noise};
+  Take({Seen().With("noise"), Seen()});
+  Stop();
+  EXPECT_THAT(Records(), SizeIs(1));
+  EXPECT_EQ(Source().excluded.Get(), 1U);
+  EXPECT_STREQ(page().exclusions[0].name.data(), "");
+}
+
 TEST_F(AnIntake, KeepsExcludedEventsOutAndCountsThem) {
   ExclusionSettings dns;
   dns.name = "dns";
   dns.ports = {{53, 53}};
   ExclusionSettings noise;
   noise.name = "noise";
-  noise.action = ExclusionSettings::Action::kCount;
   noise.prefix = "noise*";
   configuration().exclusions = {noise, dns};
   Seen other;
