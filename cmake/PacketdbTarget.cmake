@@ -22,13 +22,17 @@ endif()
 
 # packetdb_target(NAME): applies the common settings to a target and includes from the root of the
 # tree, so that a wrong dependency shows in the include line. Where the caller has made headers
-# (below), the target loads them.
+# (below), the target loads them. Where it has set `packetdb_optimise_shared_only`, others than
+# shared libraries are not optimised in Debug builds.
 function(packetdb_target name)
   target_link_libraries(${name} PRIVATE packetdb_common)
   target_include_directories(${name} PRIVATE ${packetdb_SOURCE_DIR})
   set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF)
+  get_target_property(type ${name} TYPE)
+  if(packetdb_optimise_shared_only AND NOT (type STREQUAL SHARED_LIBRARY OR name MATCHES _shared$))
+    target_compile_options(${name} PRIVATE $<$<CONFIG:Debug>:-O0>)
+  endif()
   if(PACKETDB_PRECOMPILE AND packetdb_headers)
-    get_target_property(type ${name} TYPE)
     if(type STREQUAL SHARED_LIBRARY)
       target_precompile_headers(${name} REUSE_FROM ${packetdb_headers}_shared)
     else()

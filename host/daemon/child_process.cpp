@@ -23,7 +23,7 @@ namespace packetdb::host {
 namespace {
 
 constexpr char kReady = '+';
-constexpr char kFailed = '-';
+constexpr char kNotStarted = '-';
 
 [[noreturn]] void Fail(const std::string& what) {
   throw std::system_error(errno, std::generic_category(), what);
@@ -60,7 +60,7 @@ int RunWork(const std::string& name, const ChildProcess::Work& work, StartReport
 
 void StartReport::Ready() { Write(std::string(1, kReady)); }
 
-void StartReport::Failed(const std::string& reason) { Write(kFailed + reason); }
+void StartReport::Failed(const std::string& reason) { Write(kNotStarted + reason); }
 
 // A pipe takes far more than any reason has at once.
 void StartReport::Write(const std::string& text) {

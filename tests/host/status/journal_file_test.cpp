@@ -166,7 +166,7 @@ std::uint64_t ByteOfRecord(std::uint64_t record) {
 
 TEST_F(JournalFileTest, LooksPastDamagedRecordsAtEitherEnd) {
   Make({0, 1, 2, 3, 4});
-  for (const std::uint64_t record : {0, 4}) Overwrite(path_, ByteOfRecord(record) + 20, "damage");
+  for (const std::uint64_t record : {0U, 4U}) Overwrite(path_, ByteOfRecord(record) + 20, "damage");
   const JournalFile file = Read();
   EXPECT_EQ(file.oldest, kEpoch + 1);
   EXPECT_EQ(file.newest, kEpoch + 3);
