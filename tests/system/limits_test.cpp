@@ -248,6 +248,7 @@ TEST_F(LimitsTest, QueryThatWorksTooLongIsEndedAndReported) {
   Serve("[limits]\nquery_time = '100s'\n");
   const RawClient client(daemon_->socket());
   ASSERT_TRUE(Eventually([&] { return daemon_->Children().size() == 1; }));
+  ASSERT_FALSE(daemon_->Children().empty());
   kill(daemon_->Children().front(), SIGXCPU);  // as the system does
   client.AwaitClose();
   EXPECT_TRUE(daemon_->LogSays("a query took more than 100 seconds of work"));

@@ -37,10 +37,10 @@ TEST_F(LiveTest, WhatWaitsInTheKernelIsJournaledBeforeTheEnd) {
   Start();
   network_.Send(kLoggedPort, 100);
   ASSERT_TRUE(EverythingIsJournaled(network_, place_));
-  kill(daemon_->Intake(), SIGSTOP);
+  daemon_->SignalIntake(SIGSTOP);
   network_.Send(kLoggedPort, 500);
   daemon_->program().Signal(SIGTERM);
-  kill(daemon_->Intake(), SIGCONT);
+  daemon_->SignalIntake(SIGCONT);
   EXPECT_EQ(daemon_->program().Wait().status, 0);
   const Daemon serving(place_.journals());
   EXPECT_EQ(SumsOf(AskByCommand(serving.socket(), {"all"})), network_.Counted());
@@ -49,7 +49,7 @@ TEST_F(LiveTest, WhatWaitsInTheKernelIsJournaledBeforeTheEnd) {
 TEST_F(LiveTest, QueryProcessThatDiesIsStartedAgainAndIntakeNoticesNothing) {
   Start();
   const pid_t intake = daemon_->Intake();
-  kill(daemon_->Queries(), SIGKILL);
+  daemon_->SignalQueries(SIGKILL);
   EXPECT_TRUE(
       daemon_->LogSays("the query process was killed by signal 9 (Killed) and is started "
                        "again in 0 s"));
@@ -57,13 +57,13 @@ TEST_F(LiveTest, QueryProcessThatDiesIsStartedAgainAndIntakeNoticesNothing) {
   network_.Send(kLoggedPort, 100);
   EXPECT_TRUE(EverythingIsJournaled(network_, place_));
   EXPECT_EQ(daemon_->Intake(), intake);
-  kill(daemon_->Queries(), SIGKILL);
+  daemon_->SignalQueries(SIGKILL);
   EXPECT_TRUE(daemon_->LogSays("is started again in 1 s"));
 }
 
 TEST_F(LiveTest, DeathOfIntakeEndsTheDaemonWithAStatusOfItsOwn) {
   Start();
-  kill(daemon_->Intake(), SIGKILL);
+  daemon_->SignalIntake(SIGKILL);
   const Outcome outcome = daemon_->program().Wait();
   EXPECT_EQ(outcome.status, kExitIntakeDied);
   EXPECT_THAT(outcome.err, HasSubstr("the intake process was killed by signal 9 (Killed): events "

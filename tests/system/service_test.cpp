@@ -67,7 +67,7 @@ TEST_F(ServiceTest, WatchdogIsFedOnlyWhileIntakeTurns) {
          .descriptors = {},
          .descriptor_names = {}});
   EXPECT_TRUE(manager_.Hears("WATCHDOG=1"));
-  kill(daemon_->Intake(), SIGSTOP);
+  daemon_->SignalIntake(SIGSTOP);
   // What was on its way is let pass: of two quiet times in a row, the second is quiet.
   const auto is_quiet = [&] {
     manager_.ForgetSayings();
@@ -75,7 +75,7 @@ TEST_F(ServiceTest, WatchdogIsFedOnlyWhileIntakeTurns) {
     return manager_.Heard("WATCHDOG=1") == 0;
   };
   EXPECT_TRUE(Eventually(is_quiet));
-  kill(daemon_->Intake(), SIGCONT);
+  daemon_->SignalIntake(SIGCONT);
   EXPECT_TRUE(manager_.Hears("WATCHDOG=1")) << "it turns again";
 }
 
@@ -146,10 +146,10 @@ TEST_F(ServiceTest, PacketsWaitForTheNextDaemonAlsoWhenOneIsKilled) {
   network_.Send(kLoggedPort, 100);
   ASSERT_TRUE(EverythingIsJournaled(network_, place_));
   const pid_t intake = daemon_->Intake();
-  kill(intake, SIGSTOP);
+  daemon_->SignalIntake(SIGSTOP);
   daemon_->program().Signal(SIGKILL);
   daemon_->program().Wait();
-  kill(intake, SIGKILL);
+  ASSERT_EQ(kill(intake, SIGKILL), 0);
   network_.Send(kLoggedPort, 100);
   Start(manager_.OptionsWithStored());
   EXPECT_TRUE(EverythingIsJournaled(network_, place_)) << daemon_->Log();

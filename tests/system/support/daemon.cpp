@@ -1,5 +1,6 @@
 #include "tests/system/support/daemon.h"
 
+#include <csignal>
 #include <fstream>
 #include <gtest/gtest.h>
 
@@ -73,6 +74,13 @@ pid_t ChildNamed(pid_t parent, const std::string& name) {
     }
   }
   return 0;
+}
+
+void SignalChildNamed(pid_t parent, const std::string& name, int signal) {
+  const pid_t child = ChildNamed(parent, name);
+  if (child <= 0 || kill(child, signal) != 0) {
+    throw std::runtime_error("there is no process " + name);
+  }
 }
 
 bool Daemon::BecomesIdle() const {

@@ -42,6 +42,8 @@ class Daemon {
 
 // The child of that process that is shown under this name; 0 when there is none.
 pid_t ChildNamed(pid_t parent, const std::string& name);
+// Sends it a signal. Throws std::runtime_error when there is none: number 0 means all of our own.
+void SignalChildNamed(pid_t parent, const std::string& name, int signal);
 
 // A configuration by which one user may connect as often as all together: tests are one user.
 std::string ServingConfiguration();

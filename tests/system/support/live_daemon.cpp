@@ -3,6 +3,7 @@
 #include <csignal>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <stdexcept>
 
 #include "tests/system/support/daemon.h"
 #include "tests/system/support/eventually.h"
@@ -48,7 +49,7 @@ DaemonPlace::DaemonPlace() : place_("pdb live") {
 }
 
 void DaemonPlace::Configure(const std::string& more) const {
-  const std::string memory = PACKETDB_ADDRESS_SANITIZER ? "memory = 0\n" : "";
+  const std::string memory = PACKETDB_ADDRESS_SANITIZER ? "memory = '0B'\n" : "";
   place_.File("packetdb.toml", "directory = '" + journals() + "'\n[socket]\npath = '" + socket() +
                                    "'\n[limits]\nconnections_per_user = 4096\n" + memory +
                                    "[metrics]\nsocket = '" + metrics() + "'\n" + more);
@@ -59,12 +60,22 @@ LiveDaemon::LiveDaemon(const LiveNetwork& network, const DaemonPlace& place,
     : program_(StartArguments(network, place, options), WithDescriptors(options.descriptors)) {
   const bool settled =
       Eventually([this] { return CountInLog("listening at ") != 0 || program_.HasEnded(); });
-  EXPECT_TRUE(settled && !program_.HasEnded()) << Log();
+  if (!settled || program_.HasEnded()) {
+    throw std::runtime_error("the daemon does not start: " + Log());
+  }
 }
 
 pid_t LiveDaemon::Intake() const { return ChildNamed(program_.pid(), "packetdb-intake"); }
 
 pid_t LiveDaemon::Queries() const { return ChildNamed(program_.pid(), "packetdb-query"); }
+
+void LiveDaemon::SignalIntake(int signal) const {
+  SignalChildNamed(program_.pid(), "packetdb-intake", signal);
+}
+
+void LiveDaemon::SignalQueries(int signal) const {
+  SignalChildNamed(program_.pid(), "packetdb-query", signal);
+}
 
 std::size_t LiveDaemon::CountInLog(const std::string& text) const {
   const std::string log = Log();

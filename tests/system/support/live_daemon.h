@@ -42,6 +42,8 @@ class LiveDaemon {
   Program& program() { return program_; }
   pid_t Intake() const;
   pid_t Queries() const;
+  void SignalIntake(int signal) const;
+  void SignalQueries(int signal) const;
   std::string Log() const { return program_.Err(); }
   std::size_t CountInLog(const std::string& text) const;
   // Waits for it; false when it does not come.
