@@ -55,7 +55,8 @@ class Daemon:
         (place / "packetdb.toml").write_text(
             f'directory = "{self.directory}"\n{configuration}\n'
             f'[socket]\npath = "{self.socket}"\n[metrics]\nsocket = "{place}/metrics"\n')
-        self._arguments = [programs.daemon, "--config", str(place / "packetdb.toml")]
+        self._arguments = [programs.daemon, "--config", str(place / "packetdb.toml"),
+                           "--max-memory", str(programs.max_memory)]
         self._process = None
 
     def __enter__(self):

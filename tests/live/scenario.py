@@ -28,6 +28,8 @@ def arguments(description, **defaults):
     parser.add_argument("--daemon", required=True, help="packetdbd")
     parser.add_argument("--command", required=True, help="packetdb")
     parser.add_argument("--flood", required=True, help="udp_flood")
+    parser.add_argument("--max-memory", type=int, default=1024,
+                        help="of a connection, in MiB; 0: no limit. Default: 1024")
     for name, value in defaults.items():
         parser.add_argument(f"--{name}", type=type(value), default=value,
                             help=f"default: {value}")
