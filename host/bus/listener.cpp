@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -29,6 +30,24 @@ bool SameFile(const struct stat& one, const struct stat& other) {
 // Errors that concern one connection, or none at all, and not the listener.
 bool IsTransient(int error) {
   return error == EAGAIN || error == EINTR || error == ECONNABORTED || error == EPROTO;
+}
+
+// Of the very file that is open, whatever its name has come to mean.
+bool ChangeMode(int fd, mode_t mode) {
+  // Where a descriptor was opened for its place only, fchmod does not take it.
+  const std::string itself = "/proc/self/fd/" + std::to_string(fd);
+  return chmod(itself.c_str(), mode) == 0;
+}
+
+bool ChangeGroup(int fd, gid_t group) {
+  constexpr auto kSameOwner = static_cast<uid_t>(-1);
+  return fchownat(fd, "", kSameOwner, group, AT_EMPTY_PATH) == 0;
+}
+
+// Whether it can be the socket that was made a moment ago, and not another file of ours that
+// somebody gave this name.
+bool CanBeNew(const struct stat& status) {
+  return S_ISSOCK(status.st_mode) && status.st_uid == geteuid() && status.st_nlink == 1;
 }
 
 }  // namespace
@@ -85,20 +104,23 @@ bool Listener::RemoveStale(BusFailure* failure) {
 
 bool Listener::Bind(BusFailure* failure) {
   const SocketAddress address(options_.path);
-  const char* path = options_.path.c_str();
   if (bind(socket_.get(), address.Get(), address.Size()) != 0) return FailSystem(failure);
-  if (lstat(path, &created_) != 0) return FailSystem(failure);
+  constexpr int kPlaceOnly = O_PATH | O_NOFOLLOW | O_CLOEXEC;
+  const SocketDescriptor named(open(options_.path.c_str(), kPlaceOnly));
+  if (!named.valid() || fstat(named.get(), &created_) != 0) return FailSystem(failure);
+  if (!CanBeNew(created_)) {
+    created_ = {};
+    *failure = MakeFailure(BusError::kNotASocket, options_.path);
+    return false;
+  }
   // Nobody can connect before listen, so the mode is in force before the first connection.
-  if (!ApplyAccess(failure)) return false;
+  if (!ApplyAccess(named.get())) return FailSystem(failure);
   return listen(socket_.get(), options_.backlog) == 0 || FailSystem(failure);
 }
 
-bool Listener::ApplyAccess(BusFailure* failure) const {
-  const char* path = options_.path.c_str();
-  if (options_.group && lchown(path, static_cast<uid_t>(-1), *options_.group) != 0) {
-    return FailSystem(failure);
-  }
-  return chmod(path, options_.mode) == 0 || FailSystem(failure);
+bool Listener::ApplyAccess(int named) const {
+  return (!options_.group || ChangeGroup(named, *options_.group)) &&
+         ChangeMode(named, options_.mode);
 }
 
 bool Listener::OwnsPath() const {

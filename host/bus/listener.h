@@ -62,7 +62,7 @@ class Listener {
   bool Create(BusFailure* failure);
   bool RemoveStale(BusFailure* failure);
   bool Bind(BusFailure* failure);
-  bool ApplyAccess(BusFailure* failure) const;
+  bool ApplyAccess(int named) const;
   bool OwnsPath() const;
   bool FailSystem(BusFailure* failure) const;
 

@@ -46,29 +46,34 @@ void LogEnd(const std::string& peer, const ServeResult& result) {
 
 }  // namespace
 
+ServeResult ServeCommands(Connection& connection, const Configuration& configuration,
+                          const StatusPage& page, unsigned int row_limit,
+                          const CommandObserver& observer) {
+  const std::string& directory = configuration.directory;
+  const auto state = boost::make_shared<ConnectionState>();
+  state->row_limit = row_limit;
+  Dispatcher dispatcher;
+  Register(dispatcher, UDB_GET_DBQUERY, boost::make_shared<JournalCommand>(directory, state));
+  Register(dispatcher, kCommandExplain, boost::make_shared<ExplainCommand>(state));
+  Register(dispatcher, kCommandStatus, boost::make_shared<StatusCommand>(&page, directory));
+  Register(dispatcher, kCommandJournals, boost::make_shared<JournalsCommand>(directory));
+  connection.set_max_message(LongestRequest(configuration.limits));
+  return ServeConnection(connection, dispatcher, observer, RequestLimitsOf(configuration.limits));
+}
+
 void ServeClient(Connection& connection, const Configuration& configuration,
                  const StatusPage& page) {
   const std::string peer = PeerText(connection);
   const LimitSettings& limits = configuration.limits;
   LimitMemory(limits.memory_mib);
   LimitWork(limits.query_seconds);
-  connection.set_max_message(LongestRequest(limits));
+  const auto after_command = [&](const CommandReport& report) {
+    LogCommand(peer, report);
+    LimitWork(limits.query_seconds);  // the next query has the whole time again
+  };
   try {
-    const auto state = boost::make_shared<ConnectionState>();
-    state->row_limit = RowLimitFor(limits, connection);
-    Dispatcher dispatcher;
-    Register(dispatcher, UDB_GET_DBQUERY,
-             boost::make_shared<JournalCommand>(configuration.directory, state));
-    Register(dispatcher, kCommandExplain, boost::make_shared<ExplainCommand>(state));
-    Register(dispatcher, kCommandStatus,
-             boost::make_shared<StatusCommand>(&page, configuration.directory));
-    Register(dispatcher, kCommandJournals,
-             boost::make_shared<JournalsCommand>(configuration.directory));
-    const auto after_command = [&](const CommandReport& report) {
-      LogCommand(peer, report);
-      LimitWork(limits.query_seconds);  // the next query has the whole time again
-    };
-    LogEnd(peer, ServeConnection(connection, dispatcher, after_command, RequestLimitsOf(limits)));
+    LogEnd(peer, ServeCommands(connection, configuration, page, RowLimitFor(limits, connection),
+                               after_command));
   } catch (const std::exception& error) {
     WriteLog(kFailureLevel, fmt::format("{}: {}", peer, error.what()));
   }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/bus/connection.h"
+#include "host/bus/serve.h"
 #include "host/config/configuration.h"
 #include "host/status/status_page.h"
 
@@ -12,5 +13,12 @@ namespace packetdb::host {
 // that goes wrong is one failed query.
 void ServeClient(Connection& connection, const Configuration& configuration,
                  const StatusPage& page);
+
+// The part of it that changes nothing of the process: all commands that clients may use, with the
+// limits on what a request may have. An answer has at most `row_limit` rows; 0: no limit. Throws
+// std::exception.
+ServeResult ServeCommands(Connection& connection, const Configuration& configuration,
+                          const StatusPage& page, unsigned int row_limit,
+                          const CommandObserver& observer);
 
 }  // namespace packetdb::host

@@ -10,6 +10,8 @@
 
 #include "host/journals/error.h"
 #include "host/journals/system_call.h"
+#include "host/record_file/result.h"
+#include "host/record_file/trust.h"
 
 namespace packetdb::host {
 
@@ -24,6 +26,9 @@ GrowingFile::GrowingFile(std::string path)
   }
   if (!S_ISREG(status.st_mode)) {
     throw JournalError(fmt::format("cannot write {}: not a regular file", path_));
+  }
+  if (const RecordFileResult result = RequireOurs(path_, file_); result < 0) {
+    throw JournalError(fmt::format("cannot write {}: {}", path_, DescribeRecordFileResult(result)));
   }
 }
 

@@ -13,7 +13,8 @@ namespace packetdb::host {
 class GrowingFile {
  public:
   GrowingFile() = default;  // closed
-  // Opens the regular file at `path`, which must not be a symbolic link, and keeps it open.
+  // Opens the regular file at `path`, which must not be a symbolic link, nor a file that somebody
+  // else can have put there or can change (host/record_file/trust.h), and keeps it open.
   explicit GrowingFile(std::string path);
 
   bool IsOpen() const { return file_.IsOpen(); }

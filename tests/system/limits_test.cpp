@@ -13,6 +13,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "host/bus/answer_code.h"
 #include "host/bus/columns.h"
 #include "host/bus/error.h"
 #include "tests/system/support/ask.h"
@@ -253,6 +254,32 @@ TEST_F(LimitsTest, QueryThatWorksTooLongIsEndedAndReported) {
   client.AwaitClose();
   EXPECT_TRUE(daemon_->LogSays("a query took more than 100 seconds of work"));
   EXPECT_TRUE(AnswersHonestly());
+}
+
+Query LimitedQuery() {
+  Query query = QueryOf("edge");
+  query.m_RecCount = 1;
+  return query;
+}
+
+// A list of codes as long as a column may be, none of which any event has: every one is compared
+// with every event, which takes far longer than a second.
+Query LongWork() {
+  constexpr std::size_t kMostCodes = kMaxColumnSize / sizeof(int);
+  constexpr int kCodeOfNoEvent = 1999;
+  Query query = QueryOf("edge");
+  query.m_Errcodes.assign(kMostCodes, kCodeOfNoEvent);
+  return query;
+}
+
+TEST_F(LimitsTest, QueryThatReallyWorksTooLongEndsTheConnectionAndNobodyElses) {
+  constexpr std::uint32_t kManyEventsToCompare = 400000;
+  Serve("[limits]\nquery_time = '1s'\n", kManyEventsToCompare);
+  const auto beside = Connect(daemon_->socket());
+  ASSERT_EQ(Ask(*beside, LimitedQuery()).status, 0);
+  EXPECT_EQ(Ask(daemon_->socket(), LongWork()).status, kAnswerClosed);
+  EXPECT_TRUE(daemon_->LogSays("a query took more than 1 seconds of work")) << daemon_->Log();
+  EXPECT_EQ(Ask(*beside, LimitedQuery()).status, 0) << "a connection beside it goes on";
 }
 
 TEST_F(LimitsTest, ProcessesThatReadWhatClientsSendHaveNoRights) {

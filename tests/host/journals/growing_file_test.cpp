@@ -59,6 +59,23 @@ TEST_F(AGrowingFile, ThatIsAFifoIsRefusedAndDoesNotBlock) {
   EXPECT_EQ(OpenError(), "cannot write " + path_ + ": not a regular file");
 }
 
+// Where anybody can make names, such a name may be anybody's way to have another file written.
+TEST_F(AGrowingFile, ThatHasOtherNamesWhereAnybodyCanMakeThemIsRefused) {
+  WriteText(path_, "one\n");
+  std::filesystem::create_hard_link(path_, directory_.Path("other"));
+  EXPECT_EQ(OpenError(), "nothing was thrown") << "in a folder of our own";
+  ASSERT_EQ(chmod(directory_.Path("").c_str(), 0777), 0);
+  EXPECT_EQ(OpenError(),
+            "cannot write " + path_ + ": it has other names, and others may have made them");
+}
+
+TEST_F(AGrowingFile, ThatOthersCanWriteIsRefused) {
+  WriteText(path_, "one\n");
+  ASSERT_EQ(chmod(path_.c_str(), 0666), 0);
+  EXPECT_EQ(OpenError(), "cannot write " + path_ +
+                             ": its mode lets others write, so that it cannot be relied on");
+}
+
 TEST_F(AGrowingFile, ThatWasRemovedGetsNoTail) {
   WriteText(path_, "one\n");
   GrowingFile file(path_);
