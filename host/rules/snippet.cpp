@@ -19,13 +19,27 @@ constexpr std::array kTexts = {
     FilterText{"ufw", kUfwText},
 };
 
-std::string Replaced(std::string text, std::string_view name, std::uint32_t value) {
-  const std::string digits = std::to_string(value);
-  for (std::size_t at = text.find(name); at != std::string::npos;
-       at = text.find(name, at + digits.size())) {
-    text.replace(at, name.size(), digits);
+struct Replacement {
+  std::string_view name;
+  std::string text;
+};
+
+std::vector<Replacement> Replacements(const SnippetSettings& settings) {
+  const std::string group = std::to_string(settings.group);
+  const std::string length = std::to_string(settings.snap_length);
+  return {{"%GROUP%", group},
+          {"%TO%", "group " + group + " snaplen " + length},
+          {"%TO-NFLOG%", "--nflog-group " + group + " --nflog-size " + length +
+                             " --nflog-threshold " + std::to_string(settings.queue_threshold)},
+          {"%NEW%", "-m conntrack --ctstate NEW"}};
+}
+
+void Replace(std::string& text, const Replacement& replacement) {
+  const std::size_t length = replacement.name.size();
+  for (std::size_t at = text.find(replacement.name); at != std::string::npos;
+       at = text.find(replacement.name, at + replacement.text.size())) {
+    text.replace(at, length, replacement.text);
   }
-  return text;
 }
 
 }  // namespace
@@ -42,9 +56,9 @@ const std::vector<std::string>& SnippetFilters() {
 std::string Snippet(std::string_view filter, const SnippetSettings& settings) {
   for (const FilterText& known : kTexts) {
     if (known.filter != filter) continue;
-    std::string text = Replaced(std::string(known.text), "%GROUP%", settings.group);
-    text = Replaced(std::move(text), "%SNAPLEN%", settings.snap_length);
-    return Replaced(std::move(text), "%THRESHOLD%", settings.queue_threshold);
+    std::string text(known.text);
+    for (const Replacement& replacement : Replacements(settings)) Replace(text, replacement);
+    return text;
   }
   throw std::invalid_argument("no such packet filter: " + std::string(filter));
 }
