@@ -1,5 +1,6 @@
 #include "host/rules/bounded_run.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -9,9 +10,9 @@
 #include <memory>
 #include <poll.h>
 #include <sys/mman.h>
-#include <sys/pidfd.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
@@ -115,7 +116,7 @@ Run::~Run() {
 }
 
 bool Run::AwaitEnd(std::chrono::milliseconds patience) {
-  const int pidfd = pidfd_open(pid_, 0);
+  const int pidfd = static_cast<int>(syscall(SYS_pidfd_open, pid_, 0));
   if (pidfd < 0) Fail("cannot wait for a program");
   pollfd end = {pidfd, POLLIN, 0};
   const int ready = poll(&end, 1, static_cast<int>(patience.count()));

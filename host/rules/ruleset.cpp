@@ -31,6 +31,8 @@ json Parse(std::string_view text) {
     return json::parse(text, refuse_deep);
   } catch (const json::parse_error& error) {
     throw RulesetError("no JSON, at byte " + std::to_string(error.byte));
+  } catch (const json::out_of_range&) {
+    throw RulesetError("it has a number that is out of range");
   }
 }
 

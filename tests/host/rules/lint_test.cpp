@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <gmock/gmock.h>
+#include <sstream>
 
 #include "tests/host/rules/support.h"
 
@@ -115,6 +116,17 @@ TEST(LintTest, APrefixThatTheKernelHasNoRoomForIsToldOf) {
   EXPECT_THAT(FoundIn({Logging(5, std::string(127, 'x'))}), IsEmpty());
   EXPECT_THAT(FoundIn({Logging(5, std::string(128, 'x'))}),
               ElementsAre("long-prefix: the prefix has 128 bytes, and the kernel takes 127"));
+}
+
+TEST(LintTest, ThePageHasEveryKind) {
+  std::istringstream lines(FileText(PACKETDB_SOURCE_DIR "/docs/rules.md"));
+  std::vector<std::string> kinds;
+  for (std::string line; std::getline(lines, line);) {
+    const std::size_t end = line.find("` | ");
+    const bool is_kind = line.starts_with("| `") && line.find('-') < end;
+    if (is_kind) kinds.push_back(line.substr(3, end - 3));
+  }
+  EXPECT_EQ(kinds, RuleFindingKinds());
 }
 
 TEST(LintTest, EveryKindIsOneThatCanBeIgnored) {

@@ -26,6 +26,10 @@ TEST(RulesetTest, WhatIsNoJsonIsRefusedWithThePlace) {
   EXPECT_EQ(ErrorOf(""), "no JSON, at byte 1");
 }
 
+TEST(RulesetTest, ANumberThatNothingHoldsIsRefused) {
+  EXPECT_EQ(ErrorOf(R"({"nftables": [1e999]})"), "it has a number that is out of range");
+}
+
 TEST(RulesetTest, OtherJsonIsNoRuleset) {
   for (const char* text : {"[]", "7", "{}", R"({"nftables": {}})"}) {
     EXPECT_EQ(ErrorOf(text), "no ruleset of nft: it has no list 'nftables'") << text;

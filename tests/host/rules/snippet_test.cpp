@@ -32,7 +32,7 @@ TEST_P(SnippetTest, ItsPrefixesAreOfOurFormAndShortEnoughForIptables) {
   EXPECT_GT(prefixes, 0U);
 }
 
-TEST_P(SnippetTest, CommentsSayHowToLoadIt) {
+TEST_P(SnippetTest, BeginsWithAComment) {
   std::istringstream lines(Snippet(GetParam(), {}));
   std::string line;
   std::getline(lines, line);
