@@ -8,7 +8,7 @@ namespace {
 
 constexpr RunLimits kLimits = {std::chrono::seconds(60), 1000};
 
-std::string ErrorOf(const std::string& script, const RunLimits& limits = kLimits) {
+std::string RunErrorOf(const std::string& script, const RunLimits& limits = kLimits) {
   try {
     return "printed " + RunBounded({"sh", "-c", script}, limits);
   } catch (const RunError& error) {
@@ -22,24 +22,24 @@ TEST(BoundedRunTest, ReturnsWhatIsPrinted) {
 }
 
 TEST(BoundedRunTest, AFailureIsToldWithItsFirstLine) {
-  EXPECT_EQ(ErrorOf("echo printed; echo no such thing >&2; echo more >&2; exit 3"),
+  EXPECT_EQ(RunErrorOf("echo printed; echo no such thing >&2; echo more >&2; exit 3"),
             "sh ended with status 3: no such thing");
-  EXPECT_EQ(ErrorOf("exit 3"), "sh ended with status 3");
-  EXPECT_EQ(ErrorOf("kill -9 $$"), "sh was killed by signal 9");
+  EXPECT_EQ(RunErrorOf("exit 3"), "sh ended with status 3");
+  EXPECT_EQ(RunErrorOf("kill -9 $$"), "sh was killed by signal 9");
 }
 
 TEST(BoundedRunTest, WhatPrintsTooMuchIsEnded) {
-  EXPECT_EQ(ErrorOf("exec head -c 1001 /dev/zero"), "sh printed more than 1000 bytes");
+  EXPECT_EQ(RunErrorOf("exec head -c 1001 /dev/zero"), "sh printed more than 1000 bytes");
 }
 
 TEST(BoundedRunTest, ThatIsSoWhereWeIgnoreTheSignalOurselves) {
   const auto before = std::signal(SIGXFSZ, SIG_IGN);
-  EXPECT_EQ(ErrorOf("exec head -c 1001 /dev/zero"), "sh printed more than 1000 bytes");
+  EXPECT_EQ(RunErrorOf("exec head -c 1001 /dev/zero"), "sh printed more than 1000 bytes");
   std::signal(SIGXFSZ, before);
 }
 
 TEST(BoundedRunTest, WhatDoesNotEndIsKilled) {
-  EXPECT_EQ(ErrorOf("exec sleep infinity", {std::chrono::milliseconds(1), 1000}),
+  EXPECT_EQ(RunErrorOf("exec sleep infinity", {std::chrono::milliseconds(1), 1000}),
             "sh did not end within 1 ms");
 }
 

@@ -92,6 +92,16 @@ TEST(RulesetTest, ValuesOfAnyTypeAnywhereAreReadOrRefused) {
   }
 }
 
+TEST(RulesetTest, ATableThatIsDormantIsLeftOut) {
+  for (const char* flags : {R"("dormant")", R"(["owner", "dormant"])"}) {
+    const std::string text =
+        std::string(R"({"nftables": [{"table": {"family": "ip", "name": "t",)") + R"("flags": )" +
+        flags + R"(}}, {"rule": {"family": "ip",)" +
+        R"("table": "t", "chain": "c", "expr": []}}]})";
+    EXPECT_TRUE(ReadRuleset(text).chains.empty()) << text;
+  }
+}
+
 TEST(RulesetTest, ChainsThatCallEachOtherInACircleEnd) {
   const std::string jump = R"([{"jump": {"target": "input"}}])";
   EXPECT_TRUE(FoundIn({jump}).empty());

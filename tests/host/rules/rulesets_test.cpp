@@ -58,7 +58,7 @@ TEST_P(RulesetsTest, ExactlyWhatIsWrongIsFound) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, RulesetsTest, testing::ValuesIn(Rulesets()),
-                         [](const auto& info) { return info.param; });
+                         [](const auto& instance) { return instance.param; });
 
 }  // namespace
 }  // namespace packetdb::host::test

@@ -40,7 +40,7 @@ TEST_P(SnippetTest, BeginsWithAComment) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, SnippetTest, testing::ValuesIn(SnippetFilters()),
-                         [](const auto& info) { return info.param; });
+                         [](const auto& instance) { return instance.param; });
 
 TEST(SnippetLengthsTest, WhatIsCopiedAndGatheredIsWritten) {
   const SnippetSettings settings = {.group = 5, .snap_length = 77, .queue_threshold = 88};
