@@ -36,9 +36,10 @@ class RulesTest : public testing::Test {
   }
   // An interface of this network from which packets go nowhere.
   void AddWayOut() const {
-    network_.Run({"/bin/sh", "-c",
-                  "ip link add out0 type dummy && ip addr add 192.0.2.1/24 dev out0 && "
-                  "ip link set out0 up"});
+    network_.Run(
+        {"/bin/sh", "-c",
+         "ip link add out0 type veth peer name out1 && ip addr add 192.0.2.1/24 dev out0 && "
+         "ip link set out0 up && ip link set out1 up"});
   }
 
   LiveNetwork network_;

@@ -45,7 +45,8 @@ TEST(RulesetTest, ATextThatIsTooLargeIsRefused) {
 }
 
 TEST(RulesetTest, ObjectsWithoutTheirNamesAreRefused) {
-  EXPECT_EQ(ErrorOf(R"({"nftables": [{"rule": {"family": "ip"}}]})"), "a rule without 'table'");
+  EXPECT_EQ(ErrorOf(R"({"nftables": [{"rule": {"family": "ip", "chain": "c"}}]})"),
+            "a rule without 'table'");
   EXPECT_EQ(ErrorOf(R"({"nftables": [{"chain": {"family": "ip", "table": "t", "name": 7}}]})"),
             "a chain without 'name'");
   EXPECT_EQ(ErrorOf(R"({"nftables": [{"table": {"family": "ip"}}]})"), "a table without 'name'");
