@@ -23,6 +23,7 @@ std::map<std::uint16_t, std::vector<FoundLog>> ByGroup(const std::vector<FoundLo
 
 std::vector<RulePlace> PlacesOf(const std::vector<FoundLog>& logs) {
   std::vector<RulePlace> places;
+  places.reserve(logs.size());
   for (const FoundLog& found : logs) places.push_back(found.rule->place);
   return places;
 }
@@ -33,7 +34,7 @@ std::vector<FoundLog> WithOwnPrefixes(std::vector<FoundLog> logs) {
 }
 
 std::string ReadAdvice(std::uint16_t group, const LintSettings& settings) {
-  const std::string configure =
+  std::string configure =
       fmt::format("add a [[log_group]] with group = {} to packetdbd's configuration", group);
   if (settings.read_groups.empty()) return configure;
   return fmt::format("log to group {}, which packetdbd reads, or {}", settings.read_groups.front(),
@@ -62,13 +63,14 @@ void CheckOther(std::uint16_t group, const std::vector<FoundLog>& logs,
   }
   // Another program's group is that program's business, but for prefixes that are meant for us.
   const std::vector<FoundLog> ours = WithOwnPrefixes(logs);
-  if (state.reader == Reader::kOther && !ours.empty()) {
-    findings.push_back({"unread-group", PlacesOf(ours),
-                        fmt::format("prefixes of packetdb's form go to log group {}, which {} "
-                                    "reads, and not packetdbd",
-                                    group, state.who),
-                        ReadAdvice(group, settings)});
-  }
+  if (state.reader == Reader::kOurs || ours.empty()) return;
+  const std::string who = state.reader == Reader::kOther
+                              ? fmt::format("{} reads, and not packetdbd", state.who)
+                              : "packetdbd is not configured to read";
+  findings.push_back(
+      {"unread-group", PlacesOf(ours),
+       fmt::format("prefixes of packetdb's form go to log group {}, which {}", group, who),
+       ReadAdvice(group, settings)});
 }
 
 }  // namespace

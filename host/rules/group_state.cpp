@@ -15,6 +15,7 @@ bool IsOurs(std::string_view name) { return name == "packetdb-intake" || name ==
 
 GroupState ReadGroupState(std::uint16_t group) {
   const LogGroupOwner owner = FindLogGroupOwner(group);
+  if (owner.is_hidden) return {GroupState::Reader::kHidden, "the kernel's list may not be read"};
   if (!owner.port) return {};
   const std::vector<SocketHolder> holders = FindNetlinkHolders(*owner.port);
   // A service manager keeps the socket over a restart, so any of them may be ours.

@@ -11,10 +11,10 @@ struct GroupState {
     kNobody,
     kOurs,    // packetdbd
     kOther,   // another process
-    kHidden,  // a process that is not to be seen from here
+    kHidden,  // nobody, or a process that is not to be seen from here
   };
   Reader reader = Reader::kNobody;
-  std::string who;  // "ulogd (pid 812)"
+  std::string who;  // "ulogd (pid 812)"; of a hidden one, what is known
 };
 
 // As it is now, in this process's network. The kernel has no list where no group was ever used.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <set>
 
 #include "host/log/escape.h"
 #include "host/rules/checks.h"
@@ -42,6 +43,12 @@ void NoteGroups(const std::vector<FoundLog>& logs, const LintSettings& settings,
                 std::vector<std::string>& notes) {
   for (const std::uint16_t group : settings.read_groups) {
     if (!LogsTo(logs, group)) notes.push_back(fmt::format("no rule logs to group {}", group));
+  }
+  std::set<std::uint16_t> groups(settings.read_groups.begin(), settings.read_groups.end());
+  for (const FoundLog& found : logs) {
+    if (found.log->group) groups.insert(*found.log->group);
+  }
+  for (const std::uint16_t group : groups) {
     const GroupState state = settings.state_of(group);
     if (state.reader == GroupState::Reader::kHidden) {
       notes.push_back(

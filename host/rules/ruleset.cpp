@@ -37,7 +37,7 @@ json Parse(std::string_view text) {
 }
 
 std::string Required(const json& object, const char* kind, const char* key) {
-  const std::string text = TextMember(object, key);
+  std::string text = TextMember(object, key);
   if (text.empty()) throw RulesetError(std::string("a ") + kind + " without '" + key + "'");
   return text;
 }
@@ -50,8 +50,8 @@ class RulesetReader {
   using Name = std::tuple<std::string, std::string, std::string>;
 
   void ReadTable(const json& table);
-  void ReadChain(const json& chain);
-  void ReadRule(const json& rule);
+  void ReadChain(const json& object);
+  void ReadRule(const json& object);
   bool IsDormant(const json& object) const;
   FilterChain& Chain(const std::string& family, const std::string& table, const std::string& name);
 

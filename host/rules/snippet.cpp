@@ -47,6 +47,7 @@ void Replace(std::string& text, const Replacement& replacement) {
 const std::vector<std::string>& SnippetFilters() {
   static const std::vector<std::string> filters = [] {
     std::vector<std::string> names;
+    names.reserve(kTexts.size());
     for (const FilterText& text : kTexts) names.emplace_back(text.filter);
     return names;
   }();

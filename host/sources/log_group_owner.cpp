@@ -62,7 +62,8 @@ bool IsProcess(const fs::path& entry) {
 // Columns: group, port, and how it is set up.
 LogGroupOwner FindLogGroupOwner(std::uint16_t group) {
   std::ifstream list(kGroups);
-  LogGroupOwner owner{list.is_open(), std::nullopt};
+  std::error_code unseen;
+  LogGroupOwner owner{list.is_open(), std::nullopt, !list.is_open() && fs::exists(kGroups, unseen)};
   std::uint32_t line_group = 0;
   std::uint32_t port = 0;
   while (list >> line_group >> port) {

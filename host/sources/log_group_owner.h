@@ -12,7 +12,8 @@ namespace packetdb::host {
 struct LogGroupOwner {
   bool known = false;  // whether the kernel's list could be read
   std::optional<std::uint32_t>
-      port;  // the netlink port of the socket; none: nobody holds the group
+      port;                // the netlink port of the socket; none: nobody holds the group
+  bool is_hidden = false;  // the list is there and may not be read, as by users of no privilege
 };
 LogGroupOwner FindLogGroupOwner(std::uint16_t group);
 

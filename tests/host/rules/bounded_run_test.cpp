@@ -48,7 +48,8 @@ TEST(BoundedRunTest, AProgramThatIsNotThereIsNamed) {
     RunBounded({"packetdb-no-such-program"}, kLimits);
     FAIL();
   } catch (const RunError& error) {
-    EXPECT_STREQ(error.what(), "packetdb-no-such-program cannot be run: No such file or directory");
+    // Where a folder of the search path may not be searched, that is why.
+    EXPECT_TRUE(std::string(error.what()).starts_with("packetdb-no-such-program cannot be run: "));
   }
 }
 

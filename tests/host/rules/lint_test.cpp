@@ -76,6 +76,12 @@ TEST(LintTest, OurPrefixesInAnothersGroupAreToldOf) {
                           "ulogd (pid 7) reads, and not packetdbd"));
 }
 
+TEST(LintTest, WhereReadersAreHiddenOurPrefixesAreToldOfByTheConfiguration) {
+  EXPECT_THAT(FoundIn({Logging(7), Logging(8, "fw ")}, Live(Reader::kHidden)),
+              ElementsAre("unread-group: prefixes of packetdb's form go to log group 7, which "
+                          "packetdbd is not configured to read"));
+}
+
 TEST(LintTest, AGroupThatNobodyReadsNamesAllItsRules) {
   const auto result =
       Lint(ReadRuleset(InputChain({Logging(7), Logging(8), Logging(7)})), {.read_groups = {5}});
