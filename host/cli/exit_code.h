@@ -5,6 +5,7 @@ namespace packetdb::host {
 
 enum ExitCode : int {
   kExitOk = 0,           // also when nothing matched; a note on stderr says so
+  kExitFindings = 1,     // rules that log were looked at, and something is wrong with them
   kExitUsage = 2,        // options or criteria that make no sense
   kExitUnreachable = 3,  // no daemon behind the socket
   kExitNotPermitted = 4,

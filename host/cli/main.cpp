@@ -11,6 +11,7 @@
 #include "host/cli/import_options.h"
 #include "host/cli/query_options.h"
 #include "host/cli/report.h"
+#include "host/cli/rules_options.h"
 #include "host/cli/status_options.h"
 #include "host/cli/usage_error.h"
 #include "host/log/log.h"
@@ -33,6 +34,7 @@ struct Options {
   DumpOptions dump;
   StatusOptions status;
   StatusOptions journals;
+  RulesOptions rules;
 };
 
 std::vector<Command> AddCommands(CLI::App& app, Options& options) {
@@ -54,6 +56,8 @@ std::vector<Command> AddCommands(CLI::App& app, Options& options) {
       {AddStatus(app, options.status), [&options] { return RunStatus(options.status); }});
   commands.push_back(
       {AddJournals(app, options.journals), [&options] { return RunJournals(options.journals); }});
+  commands.push_back(
+      {AddRules(app, options.rules), [&options] { return RunRules(options.rules); }});
   return commands;
 }
 
@@ -92,8 +96,9 @@ ExitCode Run(int argc, char** argv) {
     }
   }
   throw UsageError(
-      "no command given: give info, check, dump, convert, status, journals, query or import; see "
-      "packetdb --help");
+      "no command given: give info, check, dump, convert, status, journals, query, import or "
+      "rules; "
+      "see packetdb --help");
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "host/sources/log_group_owner.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -44,11 +45,11 @@ bool HasOpen(const fs::path& process, const std::string& socket) {
   return false;
 }
 
-std::string Describe(const fs::path& process) {
-  std::string name;
-  std::getline(std::ifstream(process / "comm"), name);
-  const std::string pid = process.filename();
-  return name.empty() ? "pid " + pid : name + " (pid " + pid + ")";
+SocketHolder HolderAt(const fs::path& process) {
+  SocketHolder holder;
+  holder.pid = static_cast<pid_t>(std::strtol(process.filename().c_str(), nullptr, 10));
+  std::getline(std::ifstream(process / "comm"), holder.name);
+  return holder;
 }
 
 bool IsProcess(const fs::path& entry) {
@@ -61,7 +62,8 @@ bool IsProcess(const fs::path& entry) {
 // Columns: group, port, and how it is set up.
 LogGroupOwner FindLogGroupOwner(std::uint16_t group) {
   std::ifstream list(kGroups);
-  LogGroupOwner owner{list.is_open(), std::nullopt};
+  std::error_code unseen;
+  LogGroupOwner owner{list.is_open(), std::nullopt, !list.is_open() && fs::exists(kGroups, unseen)};
   std::uint32_t line_group = 0;
   std::uint32_t port = 0;
   while (list >> line_group >> port) {
@@ -71,15 +73,28 @@ LogGroupOwner FindLogGroupOwner(std::uint16_t group) {
   return owner;
 }
 
-std::string DescribeNetlinkPort(std::uint32_t port) {
+std::vector<SocketHolder> FindNetlinkHolders(std::uint32_t port) {
+  std::vector<SocketHolder> holders;
   const std::uint64_t inode = FindInode(port);
   const std::string socket = "socket:[" + std::to_string(inode) + "]";
   std::error_code unreadable;
   for (fs::directory_iterator entry("/proc", unreadable), end;
        inode != 0 && !unreadable && entry != end; entry.increment(unreadable)) {
-    if (IsProcess(entry->path()) && HasOpen(entry->path(), socket)) return Describe(entry->path());
+    if (IsProcess(entry->path()) && HasOpen(entry->path(), socket)) {
+      holders.push_back(HolderAt(entry->path()));
+    }
   }
-  return "netlink port " + std::to_string(port);
+  return holders;
+}
+
+std::string DescribeHolder(const SocketHolder& holder) {
+  const std::string pid = std::to_string(holder.pid);
+  return holder.name.empty() ? "pid " + pid : holder.name + " (pid " + pid + ")";
+}
+
+std::string DescribeNetlinkPort(std::uint32_t port) {
+  const std::vector<SocketHolder> holders = FindNetlinkHolders(port);
+  return holders.empty() ? "netlink port " + std::to_string(port) : DescribeHolder(holders.front());
 }
 
 }  // namespace packetdb::host
