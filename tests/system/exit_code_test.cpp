@@ -113,7 +113,7 @@ Program::Arguments Importing(const Program::Arguments& more) {
 INSTANTIATE_TEST_SUITE_P(
     Arguments, BadCallTest,
     testing::Values(
-        BadCall{"Nothing", {}, "query or import"},
+        BadCall{"Nothing", {}, "import or rules"},
         BadCall{"UnknownCommand", {"remember"}, "remember"},
         BadCall{"NoName", {"query", "-s", "/nonexistent/bus"}, "name"},
         BadCall{"NoSocket", {"query", "edge"}, "--socket"},

@@ -31,6 +31,21 @@ class FullPassTest : public testing::TestWithParam<Way> {
     return PassOver(open.medium, geometry_, hint, &found_);
   }
 
+  // What a search begins with when no word in the file tells where the numbers are.
+  RecordFileResult Guess(std::uint64_t* sequence) {
+    OpenBytes open(path_, GetParam(), Access::kRead);
+    return GuessSequence(open.medium, geometry_, sequence);
+  }
+
+  // Changes a byte of the content of each of these slots.
+  void Damage(std::uint64_t first_slot, std::uint64_t end_slot) {
+    Bytes bytes = ReadBytes(path_);
+    for (std::uint64_t slot = first_slot; slot < end_slot; ++slot) {
+      bytes[OffsetOfSlot(geometry_, slot) + geometry_.frame_size / 2] ^= 1;
+    }
+    WriteBytes(path_, bytes);
+  }
+
   void PutRedo(std::uint64_t sequence) {
     Bytes bytes = ReadBytes(path_);
     PutFrame(geometry_, sequence, sequence, kRedoOffset, &bytes);
@@ -169,6 +184,50 @@ TEST_P(FullPassTest, WithoutABoundEveryNumberCounts) {
   ASSERT_EQ(Pass(), kRecordFileOk);
   EXPECT_EQ(found_.newest, 100U);
   EXPECT_EQ(found_.holes.size(), 97U);
+}
+
+TEST_P(FullPassTest, ANumberIsGuessedFromTheFirstSoundFrame) {
+  constexpr std::uint64_t kFar = (std::uint64_t{7} << 32U) + 5;
+  Make({kFar, kFar + 1}, 200);
+  std::uint64_t sequence = 0;
+  Damage(SlotOf(geometry_, kFar), SlotOf(geometry_, kFar) + 1);
+  ASSERT_EQ(Guess(&sequence), kRecordFileOk);
+  EXPECT_EQ(sequence, kFar + 1);
+}
+
+TEST_P(FullPassTest, GuessingEndsWhereNothingButDamageIs) {
+  constexpr std::uint64_t kFrames = 70;
+  std::vector<std::uint64_t> sequences;
+  for (std::uint64_t sequence = 0; sequence < kFrames; ++sequence) sequences.push_back(sequence);
+  Make(sequences, 200);
+  Damage(0, kFrames - 1);
+  std::uint64_t sequence = 0;
+  EXPECT_EQ(Guess(&sequence), kDamagedRecord) << "the sound one is too far behind";
+}
+
+TEST_P(FullPassTest, NoNumberBeforeTheFirstIsGuessed) {
+  constexpr std::uint64_t kFar = (std::uint64_t{7} << 32U) + 5;
+  Make({kFar});
+  geometry_.first_sequence = kFar + 1;
+  std::uint64_t sequence = 0;
+  EXPECT_EQ(Guess(&sequence), kDamagedRecord);
+}
+
+TEST_P(FullPassTest, NoNumberBeyondTheLargestIsGuessed) {
+  Make({kMaxSequence + 5});
+  geometry_.first_sequence = kMaxSequence - 2;
+  std::uint64_t sequence = 0;
+  EXPECT_EQ(Guess(&sequence), kDamagedRecord);
+}
+
+TEST_P(FullPassTest, GuessingFailsWhenTheFileIsCut) {
+  Make({1, 2});
+  OpenBytes open(path_, GetParam(), Access::kRead);
+  std::filesystem::resize_file(path_, kPageSize);
+  std::uint64_t sequence = 0;
+  const RecordFileResult result = GuessSequence(open.medium, geometry_, &sequence);
+  // Mapped, what is gone reads as never written; who asked sees that the file is lost.
+  EXPECT_EQ(result, GetParam() == Way::kMapped ? kDamagedRecord : kTruncatedFile);
 }
 
 // More than is read at once.

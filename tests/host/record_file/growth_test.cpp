@@ -125,6 +125,13 @@ TEST_F(RecordFileNumbers, AFileHasNoMoreRecordsThanCanBeNumbered) {
   SetRecordFileSettings({});
 }
 
+TEST_F(RecordFileNumbers, AFileWithRoomEndsWithTheNumbers) {
+  OpenAt(kMaxSequence - 2, kNoBound);
+  EXPECT_GE(Append(file_, 1), 0);
+  EXPECT_EQ(Append(file_, 2), kTooManyRecords);
+  EXPECT_THAT(Values(file_), ElementsAre(1));
+}
+
 TEST_F(RecordFileNumbers, TicketsWrapWithTheirRecordsAlive) {
   OpenAt(kTickets - 3, 5);
   const std::vector<int> expected = {0x7FFFFFFD, 0x7FFFFFFE, 0x7FFFFFFF, 0, 1, 2, 3};

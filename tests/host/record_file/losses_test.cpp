@@ -3,6 +3,7 @@
 #include <cstring>
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <grp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,6 +16,13 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+
+std::vector<gid_t> Groups() {
+  std::vector<gid_t> groups(static_cast<std::size_t>(getgroups(0, nullptr)));
+  groups.resize(
+      static_cast<std::size_t>(getgroups(static_cast<int>(groups.size()), groups.data())));
+  return groups;
+}
 
 class RecordFileLosses : public testing::Test {
  protected:
@@ -149,6 +157,37 @@ TEST_F(RecordFileLosses, AResizedFileKeepsOwnerGroupAndMode) {
   EXPECT_EQ(status.st_uid, is_root ? 1234 : geteuid());
   EXPECT_EQ(status.st_gid, is_root ? 4321 : getegid());
   EXPECT_EQ(status.st_mode & 0777U, 0604U);
+}
+
+TEST_F(RecordFileLosses, AResizedFileKeepsAGroupThatAloneIsAnother) {
+  if (geteuid() != 0) GTEST_SKIP() << "only the superuser can give files to any group";
+  path_ = MakeJournal(disk_, 3);
+  ASSERT_EQ(chown(path_.c_str(), static_cast<uid_t>(-1), 4321), 0);
+  CDbFile file;
+  ASSERT_EQ(Open(file, path_, kModeWrite, 50), kRecordFileOk);
+  struct stat status = {};
+  ASSERT_EQ(stat(path_.c_str(), &status), 0);
+  EXPECT_EQ(status.st_gid, 4321U);
+}
+
+// Who may read the records would be somebody else.
+TEST_F(RecordFileLosses, AFileWhoseGroupCannotBeKeptKeepsItsCapacity) {
+  if (geteuid() != 0) GTEST_SKIP() << "only the superuser can become somebody else";
+  constexpr uid_t kSomebody = 1234;
+  path_ = MakeJournal(disk_, 3, 5);
+  ASSERT_EQ(chown(path_.c_str(), kSomebody, 0), 0);
+  ASSERT_EQ(chown(disk_.folder().c_str(), kSomebody, 0), 0);
+  const std::vector<gid_t> groups = Groups();
+  ASSERT_EQ(setgroups(0, nullptr), 0);
+  ASSERT_EQ(setegid(4321), 0);
+  ASSERT_EQ(seteuid(kSomebody), 0);
+  CDbFile file;
+  const int result = Open(file, path_, kModeWrite, 50);
+  ASSERT_EQ(seteuid(0), 0);
+  ASSERT_EQ(setegid(0), 0);
+  ASSERT_EQ(setgroups(groups.size(), groups.data()), 0);
+  EXPECT_EQ(result, kRecordFileOk);
+  EXPECT_EQ(GeometryOfFile(path_).capacity, 5U);
 }
 
 }  // namespace
