@@ -46,7 +46,7 @@ TEST(PackagingTest, UnitsAreWhatSystemdUnderstands) {
   std::string service = ReadFile(Unit("packetdbd.service"));
   const std::string installed = "/usr/sbin/packetdbd";
   ASSERT_NE(service.find(installed), std::string::npos);
-  service.replace(service.find(installed), installed.size(), DaemonPath());
+  service.replace(service.find(installed), installed.size(), "\"" + DaemonPath() + "\"");
   Program::Arguments arguments = {kAnalyze, "verify", "--man=no", "--recursive-errors=no",
                                   place.File("packetdbd.service", service)};
   for (const char* name : {"packetdb.socket", "packetdb-metrics.socket"}) {
