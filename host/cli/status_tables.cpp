@@ -46,7 +46,7 @@ void PrintClients(const OrderedJson& clients, std::FILE* out) {
 }
 
 void PrintRules(const OrderedJson& rules, std::FILE* out) {
-  Line(
+  PrintLine(
       out, "rules",
       fmt::format("{} known; {} events without their number, {} times too many at once",
                   CellOf(rules, "known"), CellOf(rules, "unnumbered"), CellOf(rules, "forgotten")));
