@@ -5,15 +5,12 @@
 
 #include "host/cli/counted.h"
 #include "host/cli/json_text.h"
+#include "host/cli/text_line.h"
 #include "host/log/escape.h"
 
 namespace packetdb::host {
 
 namespace {
-
-void Line(std::FILE* out, std::string_view name, const std::string& text) {
-  std::fputs(fmt::format("{:<12}  {}\n", name, text).c_str(), out);
-}
 
 std::uint64_t Whole(const Rescued& rescued) {
   return rescued.slots - rescued.empty - rescued.damaged;
@@ -32,31 +29,31 @@ std::string CapacityText(const Rescued& rescued) {
 
 void PrintRescueText(const RescueReport& report, std::FILE* out) {
   const Rescued& rescued = report.rescued;
-  Line(out, "file", EscapeForLog(report.from));
-  Line(out, "records",
-       fmt::format("of {} bytes, with the magic '{}'", rescued.format.record_size,
-                   EscapeForLog(rescued.format.magic)));
-  Line(out, "seed",
-       fmt::format("{:#010x}, {}", rescued.seed,
-                   rescued.is_seed_computed ? "computed from the records"
-                                            : "which the records agree with"));
-  Line(out, "slots",
-       fmt::format("{}: {} whole, {} never written, {} damaged or unreadable", rescued.slots,
-                   Whole(rescued), rescued.empty, rescued.damaged));
+  PrintLine(out, "file", EscapeForLog(report.from));
+  PrintLine(out, "records",
+            fmt::format("of {} bytes, with the magic '{}'", rescued.format.record_size,
+                        EscapeForLog(rescued.format.magic)));
+  PrintLine(out, "seed",
+            fmt::format("{:#010x}, {}", rescued.seed,
+                        rescued.is_seed_computed ? "computed from the records"
+                                                 : "which the records agree with"));
+  PrintLine(out, "slots",
+            fmt::format("{}: {} whole, {} never written, {} damaged or unreadable", rescued.slots,
+                        Whole(rescued), rescued.empty, rescued.damaged));
   if (rescued.older + rescued.repeated != 0) {
-    Line(out, "left out",
-         fmt::format("{} that newer ones had replaced, {} there twice", rescued.older,
-                     rescued.repeated));
+    PrintLine(out, "left out",
+              fmt::format("{} that newer ones had replaced, {} there twice", rescued.older,
+                          rescued.repeated));
   }
   if (rescued.missing != 0) {
-    Line(out, "missing",
-         fmt::format("{} between numbers {} and {}; those before a gap move up",
-                     Counted(rescued.missing, "record"), rescued.first, rescued.last));
+    PrintLine(out, "missing",
+              fmt::format("{} between numbers {} and {}; those before a gap move up",
+                          Counted(rescued.missing, "record"), rescued.first, rescued.last));
   }
-  Line(out, "room", CapacityText(rescued));
-  Line(out, "written",
-       fmt::format("{} to {}; numbers {} to {}", Counted(rescued.written, "record"),
-                   EscapeForLog(report.to), rescued.last + 1 - rescued.written, rescued.last));
+  PrintLine(out, "room", CapacityText(rescued));
+  PrintLine(out, "written",
+            fmt::format("{} to {}; numbers {} to {}", Counted(rescued.written, "record"),
+                        EscapeForLog(report.to), rescued.last + 1 - rescued.written, rescued.last));
 }
 
 void PrintRescueJson(const RescueReport& report, std::FILE* out) {

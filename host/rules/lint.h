@@ -12,7 +12,7 @@
 namespace packetdb::host {
 
 struct RuleFinding {
-  std::string kind;               // one of kRuleFindingKinds
+  std::string kind;               // one of RuleFindingKinds()
   std::vector<RulePlace> places;  // the rules; none where no rule is at fault
   std::string what;               // is wrong
   std::string advice;             // what to do
