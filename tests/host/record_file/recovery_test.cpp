@@ -28,6 +28,19 @@ class RecoveryTest : public testing::Test {
     MarkOpened(kOpen, &state_);
   }
 
+  // A closed file whose records have the numbers `first` and on.
+  void MakeFrom(std::uint64_t first, std::uint64_t count) {
+    path_ = MakeJournal(disk_, 0, 10);
+    StartAt(path_, first);
+    CDbFile file;
+    ASSERT_EQ(Open(file, path_, kModeWrite, 10), kRecordFileOk);
+    for (std::uint64_t value = 0; value < count; ++value) ASSERT_GE(Append(file, value), 0);
+    file.Done();
+    geometry_ = GeometryOfFile(path_);
+    bytes_ = ReadBytes(path_);
+    state_ = StateOf(bytes_);
+  }
+
   void Put(std::uint64_t sequence, std::uint64_t value) {
     PutFrame(geometry_, sequence, value, OffsetOf(geometry_, sequence), &bytes_);
   }
@@ -281,18 +294,19 @@ TEST_F(RecoveryTest, AClosedPageWithANonsensicalCommitWordIsSearched) {
   EXPECT_EQ(Recover().next, 5U);
 }
 
+TEST_F(RecoveryTest, FindsTheNewestFarFromTheCommitWord) {
+  constexpr std::uint64_t kFar = std::uint64_t{3} << 29U;
+  for (const std::uint64_t commit_word : {kFar, 3 * kFar}) {
+    MakeFrom(2 * kFar, 3);
+    state_.next = commit_word;
+    MoveToOtherBoot();
+    EXPECT_EQ(Recover().next, 2 * kFar + 3);
+  }
+}
+
 TEST_F(RecoveryTest, FindsNumbersByAnyOfItsWords) {
   constexpr std::uint64_t kFar = std::uint64_t{9} << 32U;
-  const std::string path = MakeJournal(disk_, 0, 10);
-  StartAt(path, kFar);
-  CDbFile file;
-  ASSERT_EQ(Open(file, path, kModeWrite, 10), kRecordFileOk);
-  for (std::uint64_t value = 0; value < 3; ++value) ASSERT_GE(Append(file, value), 0);
-  file.Done();
-  path_ = path;
-  geometry_ = GeometryOfFile(path);
-  bytes_ = ReadBytes(path);
-  state_ = StateOf(bytes_);
+  MakeFrom(kFar, 3);
   state_.next = 0;
   EXPECT_EQ(Recover().next, kFar + 3) << "by what was flushed";
   state_.synced = 0;
