@@ -1,6 +1,7 @@
 // What somebody else may have put at the path, or can change meanwhile, is not written to.
 #include "host/record_file/trust.h"
 
+#include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -60,6 +61,18 @@ TEST_F(RecordFileTrust, OtherNamesAreOursWhereOnlyWeCanMakeThem) {
   }
   std::filesystem::remove(disk_.folder() + "/other name");
   EXPECT_EQ(OpenToWrite(), kRecordFileOk) << "with one name the folder does not matter";
+}
+
+// As when somebody has put a foreign file's name there, and taken it away once it was open.
+TEST_F(RecordFileTrust, AFileThatThePathLeadsToNoLongerIsNot) {
+  const Descriptor opened = OpenDescriptor(path_, O_RDWR);
+  std::filesystem::rename(path_, disk_.folder() + "/elsewhere");
+  SetFolderMode(0777);
+  EXPECT_EQ(RequireOurs(path_, opened), kUnsettled);
+  MakeJournal(disk_, 2);
+  EXPECT_EQ(RequireOurs(path_, opened), kUnsettled);
+  SetFolderMode(0755);
+  EXPECT_EQ(RequireOurs(path_, opened), kRecordFileOk) << "where only we can have done that";
 }
 
 TEST_F(RecordFileTrust, AnotherUsersFileIsNot) {
