@@ -11,10 +11,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <sys/types.h>
+
+#include "packetdb/identity_set.h"
 
 #define PACKETDB_EXPORT __attribute__((visibility("default")))
 #define PACKETDB_INTERNAL \
@@ -234,8 +235,8 @@ class PACKETDB_EXPORT DrvErrorItemsIndex {
   void Init(int maxItems);
   // The node of the same event, or null. The index keeps owning it.
   CLinkedDrvErrorItem* FindItem(PacketDbItem* item);
-  // A node with a copy of the event, not yet in the index and the caller's until AddItem; null when
-  // memory is exhausted.
+  // A node with a copy of the event, not yet in the index, which AddItem has to get; the memory is
+  // the index's own. Null when memory is exhausted.
   CLinkedDrvErrorItem* NewItem(PacketDbItem* item) const;
   // Takes over a node whose event the index does not hold, and forgets the oldest when that is one
   // too many. The node may be gone afterwards: at once with capacity 0, or when there is no memory
@@ -250,10 +251,16 @@ class PACKETDB_EXPORT DrvErrorItemsIndex {
   void Done();
 
  private:
-  std::set<CLinkedDrvErrorItem*, DrvErrorItemLess> m_Items;
+  friend class DbFileStorage;
+
+  // Gives back a node that was not added after all.
+  PACKETDB_INTERNAL void ReturnItem(CLinkedDrvErrorItem* node) const;
+
+  IdentitySet m_Items;  // in the order of DrvErrorItemLess
   std::size_t m_MaxItems;
   CLinkedDrvErrorItem* m_First;
   CLinkedDrvErrorItem* m_Last;
+  mutable NodePool m_Nodes;
 };
 
 // The journal in a record file.

@@ -103,7 +103,8 @@ void DbFileStorage::MergeInto(CLinkedDrvErrorItem* node, const CDrvErrorItemV4& 
 
 void DbFileStorage::AppendNew(PacketDbItem* item) {
   PACKETDB_LOG(log::kTrace) << "FindItem() did not find item";
-  std::unique_ptr<CLinkedDrvErrorItem> node(m_Index.NewItem(item));
+  const auto give_back = [this](CLinkedDrvErrorItem* node) { m_Index.ReturnItem(node); };
+  std::unique_ptr<CLinkedDrvErrorItem, decltype(give_back)> node(m_Index.NewItem(item), give_back);
   if (node == nullptr) {
     PACKETDB_LOG(log::kFailure) << "Failed to add record";
     return;

@@ -1,4 +1,3 @@
-#include <cstring>
 #include <ctime>
 #include <new>
 
@@ -12,10 +11,6 @@ namespace {
 
 constexpr char kLogSource[] = "src/storage";
 
-// An event's identity is its leading bytes, m_SrcIp to m_Dword23.
-constexpr std::size_t kIdentityBytes = 39;
-static_assert(offsetof(CDrvErrorItemV4, m_Count) == kIdentityBytes);
-
 // When an event was first seen, in Unix seconds. The sum wraps at 32 bits: a first time of
 // 3979434496 or more counts as long past.
 std::uint32_t FirstSeen(const CLinkedDrvErrorItem& node) {
@@ -24,12 +19,6 @@ std::uint32_t FirstSeen(const CLinkedDrvErrorItem& node) {
 
 }  // namespace
 
-bool DrvErrorItemLess::operator()(const CLinkedDrvErrorItem* a,
-                                  const CLinkedDrvErrorItem* b) const {
-  const int order = std::memcmp(&a->m_Item, &b->m_Item, kIdentityBytes);
-  return order != 0 ? order < 0 : a->m_AdapterNameHash < b->m_AdapterNameHash;
-}
-
 DrvErrorItemsIndex::DrvErrorItemsIndex() : m_MaxItems(0), m_First(nullptr), m_Last(nullptr) {}
 
 DrvErrorItemsIndex::~DrvErrorItemsIndex() { Done(); }
@@ -37,18 +26,11 @@ DrvErrorItemsIndex::~DrvErrorItemsIndex() { Done(); }
 void DrvErrorItemsIndex::Init(int maxItems) { m_MaxItems = static_cast<std::size_t>(maxItems); }
 
 CLinkedDrvErrorItem* DrvErrorItemsIndex::FindItem(PacketDbItem* item) {
-  if (m_Items.empty()) {
-    return nullptr;
-  }
-  CLinkedDrvErrorItem probe;
-  probe.m_AdapterNameHash = item->m_AdapterNameHash;
-  std::memcpy(&probe.m_Item, &item->m_Item, kIdentityBytes);
-  const auto found = m_Items.find(&probe);
-  return found != m_Items.end() ? *found : nullptr;
+  return m_Items.Find(*item);
 }
 
 CLinkedDrvErrorItem* DrvErrorItemsIndex::NewItem(PacketDbItem* item) const {
-  auto* node = new (std::nothrow) CLinkedDrvErrorItem();
+  CLinkedDrvErrorItem* const node = m_Nodes.Take();
   if (node == nullptr) {
     PACKETDB_LOG(log::kFailure) << "Failed to allocate memory for CLinkedDrvErrorItem";
     return nullptr;
@@ -57,12 +39,14 @@ CLinkedDrvErrorItem* DrvErrorItemsIndex::NewItem(PacketDbItem* item) const {
   return node;
 }
 
+void DrvErrorItemsIndex::ReturnItem(CLinkedDrvErrorItem* node) const { m_Nodes.Return(node); }
+
 void DrvErrorItemsIndex::AddItem(CLinkedDrvErrorItem* node) {
   try {
-    m_Items.insert(node);
+    m_Items.Insert(node);
   } catch (const std::bad_alloc&) {
     // The record is in the journal; without memory its repeats merely start a record of their own.
-    delete node;
+    ReturnItem(node);
     return;
   }
   if (m_Last != nullptr) {
@@ -86,8 +70,8 @@ void DrvErrorItemsIndex::RemoveFirstItem() {
   if (m_First == nullptr) {
     m_Last = nullptr;
   }
-  m_Items.erase(oldest);  // by identity, as the set is keyed
-  delete oldest;
+  m_Items.Erase(*oldest);  // by identity, as the set is keyed
+  ReturnItem(oldest);
 }
 
 void DrvErrorItemsIndex::RemoveExpiredItems(time_t interval) {
@@ -104,13 +88,14 @@ void DrvErrorItemsIndex::RemoveExpiredItems(time_t interval) {
 }
 
 void DrvErrorItemsIndex::Done() {
-  m_Items.clear();
+  m_Items.Clear();
   while (m_First != nullptr) {
     CLinkedDrvErrorItem* next = m_First->m_Next;
-    delete m_First;
+    ReturnItem(m_First);
     m_First = next;
   }
   m_Last = nullptr;
+  m_Nodes.Trim();
 }
 
 }  // namespace packetdb

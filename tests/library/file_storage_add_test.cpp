@@ -1,5 +1,4 @@
 // Adding events to a file storage: new records and merged repeats.
-#include <set>
 
 #include "tests/support/allocation.h"
 #include "tests/support/fixture.h"
@@ -9,12 +8,9 @@ namespace {
 
 class FileStorageAdd : public LibraryTest {
  protected:
-  // What the index allocates for the place of one more event.
-  static std::size_t PlaceSize() {
-    CLinkedDrvErrorItem node;
-    const std::set<CLinkedDrvErrorItem*, DrvErrorItemLess> places{&node};
-    return LastAllocationSize();
-  }
+  // What the index allocates with its first event, in this order: memory for events, and for their
+  // places.
+  enum Allocation { kForEvents, kForPlaces };
 
   Journal journal_{1000, 60};
 };
@@ -174,26 +170,31 @@ TEST_F(FileStorageAdd, FailedWriteIsNotReportedAndStillCounts) {
 }
 
 TEST_F(FileStorageAdd, ExhaustedMemoryDropsTheEvent) {
-  const FailAllocationsOf no_nodes(sizeof(CLinkedDrvErrorItem));
   const Event event = EventAt(100);
   Clock().SetSince1980(100);
-  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(journal_.storage().AddRecord(&event, 0, ""), 0); }),
-            Strings{"time()"});
+  const auto add = [&] {
+    const FailAllocation no_nodes(kForEvents, true);
+    EXPECT_EQ(journal_.storage().AddRecord(&event, 0, ""), 0);
+  };
+  EXPECT_EQ(CallsOf(add), Strings{"time()"});
   EXPECT_EQ(journal_.Rows(), Strings{});
 }
 
 TEST_F(FileStorageAdd, ExhaustedMemoryIsLoggedTwice) {
-  const FailAllocationsOf no_nodes(sizeof(CLinkedDrvErrorItem));
-  EXPECT_EQ(LinesOf(1, [&] { journal_.Add(EventAt(100)); }),
+  const auto add = [&] {
+    const FailAllocation no_nodes(kForEvents, false);
+    journal_.Add(EventAt(100));
+  };
+  EXPECT_EQ(LinesOf(1, add),
             (Strings{"Failed to allocate memory for CLinkedDrvErrorItem", "Failed to add record"}));
-  ExpectLogged(1, "Failed to add record", [&] { journal_.Add(EventAt(100)); });
+  ExpectLogged(1, "Failed to add record", add);
 }
 
 TEST_F(FileStorageAdd, EventWithoutAPlaceInTheIndexIsAppendedAndForgotten) {
   const Event event = EventAt(100);
   Clock().SetSince1980(100);
   {
-    const FailAllocationsOf no_places(PlaceSize());
+    const FailAllocation no_places(kForPlaces, false);
     EXPECT_EQ(journal_.storage().AddRecord(&event, 0, ""), 0);
   }
   for (int i = 0; i < 2; ++i) EXPECT_EQ(journal_.storage().AddRecord(&event, 0, ""), 0);
