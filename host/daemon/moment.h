@@ -13,6 +13,7 @@ struct Moment {
   std::int64_t seconds = 0;  // Unix time
   std::uint32_t nanoseconds = 0;
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): of the comparison that the compiler writes
   auto operator<=>(const Moment&) const = default;
 };
 

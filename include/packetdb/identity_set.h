@@ -25,7 +25,7 @@ class __attribute__((visibility("hidden"))) IdentityOrder {
   // holds what it held.
   bool Insert(CLinkedDrvErrorItem* node);
   // Takes out the node of that identity, whichever it is; false when there is none.
-  bool Erase(const CLinkedDrvErrorItem& key);
+  bool Erase(const CLinkedDrvErrorItem& item);
   void Clear();
 
  private:
@@ -124,7 +124,7 @@ class __attribute__((visibility("hidden"))) NodePool {
  private:
   struct Block;
 
-  bool AddBlock();
+  void AddBlock();  // when there is memory for one
   void FreeBlocks();
 
   Block* m_Blocks = nullptr;

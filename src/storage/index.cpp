@@ -56,7 +56,7 @@ void DrvErrorItemsIndex::AddItem(CLinkedDrvErrorItem* node) {
   if (m_First == nullptr) {
     m_First = node;
   }
-  if (m_MaxItems < m_Items.size() || m_Items.size() == m_Items.max_size()) {
+  if (m_MaxItems < m_Items.size() || m_Items.size() == IdentitySet::max_size()) {
     RemoveFirstItem();
   }
 }

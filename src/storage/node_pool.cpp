@@ -22,10 +22,10 @@ void NodePool::FreeBlocks() {
   m_Free = nullptr;
 }
 
-bool NodePool::AddBlock() {
+void NodePool::AddBlock() {
   auto* const block = new (std::nothrow) Block;
   if (block == nullptr) {
-    return false;
+    return;
   }
   block->next = m_Blocks;
   m_Blocks = block;
@@ -33,14 +33,16 @@ bool NodePool::AddBlock() {
     node.m_Next = m_Free;
     m_Free = &node;
   }
-  return true;
 }
 
 CLinkedDrvErrorItem* NodePool::Take() {
-  if (m_Free == nullptr && !AddBlock()) {
-    return nullptr;
+  if (m_Free == nullptr) {
+    AddBlock();
   }
   CLinkedDrvErrorItem* const node = m_Free;
+  if (node == nullptr) {
+    return nullptr;
+  }
   m_Free = node->m_Next;
   ++m_Taken;
   *node = CLinkedDrvErrorItem();
