@@ -21,7 +21,10 @@ constexpr const char* kNodesFile = "/n.toml";
 // Where the users and groups "a" and "root" exist and every file has this text.
 Surroundings SystemWith(std::string_view text) {
   const auto exists = [](const std::string& name) { return name == "a" || name == "root"; };
-  return {exists, exists, [text](const std::string&, std::size_t limit) {
+  const auto why_no_filter = [](const std::string& filter) {
+    return filter.ends_with("and") ? std::optional<std::string>("syntax error") : std::nullopt;
+  };
+  return {exists, exists, why_no_filter, [text](const std::string&, std::size_t limit) {
             return host::TextFile{std::string(text.substr(0, limit)), "", false};
           }};
 }

@@ -67,10 +67,8 @@ std::unique_ptr<Section> MakeCaptureSection() {
       "How much of each packet is captured. Only headers are read.", Effect::kSources));
   keys.push_back(BooleanKey("promiscuous", &Capture::promiscuous,
                             "Whether packets for others are captured too.", Effect::kSources));
-  keys.push_back(TextKey("filter", &Capture::filter, PlainText(0, kLongestFilter, "tcp port 443"),
-                         "What is captured, in the words of pcap-filter(7). Everything where it "
-                         "is empty.",
-                         Effect::kSources));
+  keys.push_back(TextKey("filter", &Capture::filter, CaptureFilter(kLongestFilter),
+                         "What is captured. Everything where it is empty.", Effect::kSources));
   keys.push_back(UnitKey(kSizeKind, "buffer", &Capture::buffer_bytes, {kLeastBuffer, kMostBuffer},
                          "16MiB", "The kernel's buffer for what the daemon has not taken yet.",
                          Effect::kSources));

@@ -5,6 +5,8 @@
 #include <pwd.h>
 #include <vector>
 
+#include "host/sources/capture_filter.h"
+
 namespace packetdb::host {
 namespace {
 
@@ -29,7 +31,8 @@ bool Exists(const std::string& name, Get get) {
 
 Surroundings SystemSurroundings() {
   return {[](const std::string& name) { return Exists<passwd>(name, getpwnam_r); },
-          [](const std::string& name) { return Exists<group>(name, getgrnam_r); }, ReadTextFile};
+          [](const std::string& name) { return Exists<group>(name, getgrnam_r); },
+          WhyNotCaptureFilter, ReadTextFile};
 }
 
 }  // namespace packetdb::host

@@ -47,6 +47,16 @@ TextRule PlainText(std::size_t shortest, std::size_t longest, std::string exampl
           }};
 }
 
+TextRule CaptureFilter(std::size_t longest) {
+  return {
+      fmt::format("a filter as in pcap-filter(7) of at most {} bytes, or \"\" for none", longest),
+      "tcp port 443", [longest](const std::string& text, const Reading& reading) -> Why {
+        if (text.empty()) return std::nullopt;
+        if (auto why = WhyNotPlain(text, 1, longest)) return why;
+        return reading.surroundings.why_no_filter(text);
+      }};
+}
+
 TextRule AbsolutePath(std::size_t longest, std::string example, bool may_be_empty) {
   return {fmt::format("an absolute path of at most {} bytes{}", longest,
                       may_be_empty ? ", or \"\" for none" : ""),

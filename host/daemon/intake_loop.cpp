@@ -48,6 +48,7 @@ IntakeLoop::IntakeLoop(const std::vector<LiveSource*>& sources, Intake& intake, 
       added.since.emplace(intake_, *options.since);
     }
     Watch(source->fd(), sources_.size() - 1);
+    intake_.End(*source);  // whoever asks how it is doing sees it before its first packet
   }
   Watch(signals_.fd(), kSignals);
 }

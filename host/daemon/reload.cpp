@@ -94,6 +94,7 @@ void Supervisor::SwapIntake(const Configuration& next, Opened& opened) {
     intake_ = StartIntake(next, opened, cut);
     page_->daemon.intake_restarts.Add(1);
   } catch (const std::exception&) {
+    opened.sources = {};  // not for the one before to inherit
     RecoverIntake();
     throw;
   }

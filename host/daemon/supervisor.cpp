@@ -120,6 +120,10 @@ Supervisor::Child Supervisor::StartIntake(const Configuration& configuration, Op
   return StartChild(kIntake, [&](StartReport& report) {
     Abandon(opened_.sockets);
     Abandon(opened.sockets);
+    // What it does not read it must not keep open: a log group has its holder for as long.
+    if (&opened != &opened_) {
+      opened_.sources = {};
+    }
     return RunIntake(configuration, opened.sources, signals_, *page_, options, report);
   });
 }

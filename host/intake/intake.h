@@ -24,7 +24,8 @@ class Intake final : public EventSink {
   // Never throws for want of a disk or of room: what cannot be journaled is counted as failed, and
   // told once a minute.
   void Take(const LiveEvent& event) override;
-  // Publishes what the source counted itself. To be called after each batch.
+  // Publishes what the source counted itself. To be called before the first batch, so that the page
+  // has a row for a source from which nothing comes, and after each.
   void End(const LiveSource& source);
 
  private:

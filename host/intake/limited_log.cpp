@@ -13,8 +13,11 @@ constexpr std::int64_t kSeconds = 60;
 }  // namespace
 
 void LimitedLog::Tell(std::int64_t now, std::string_view subject, std::string_view what,
-                      std::string_view reason) {
-  ++untold_;
+                      std::string_view reason, std::uint64_t events) {
+  untold_ += events;
+  if (untold_ == 0) {
+    return;
+  }
   if (has_told_ && now >= told_at_ && now - told_at_ < kSeconds) {
     return;
   }

@@ -1,5 +1,6 @@
 #include "host/intake/source_row.h"
 
+#include <ctime>
 #include <fmt/format.h>
 
 #include "host/log/log.h"
@@ -42,6 +43,8 @@ void SourceRow::PublishPackets(const CaptureCounters& now) {
 }
 
 void SourceRow::PublishLosses(const LiveCounters& now) {
+  TellOfLosses(now.lost_overrun - losses_.lost_overrun,
+               now.lost_before_read - losses_.lost_before_read);
   SourceStatus& row = status();
   row.lost_overrun.Add(now.lost_overrun - losses_.lost_overrun);
   row.lost_before_read.Add(now.lost_before_read - losses_.lost_before_read);
@@ -54,6 +57,12 @@ void SourceRow::PublishLosses(const LiveCounters& now) {
     row.last_sequence.Set(now.next_sequence);
   }
   losses_ = now;
+}
+
+void SourceRow::TellOfLosses(std::uint64_t overrun, std::uint64_t before_read) {
+  const std::int64_t now = std::time(nullptr);
+  overruns_.Tell(now, name_, "lost", "the kernel's buffer was full", overrun);
+  drops_.Tell(now, name_, "lost", "the interface had no room for them", before_read);
 }
 
 }  // namespace packetdb::host

@@ -45,9 +45,10 @@ PcapHandle Create(const LiveCaptureOptions& options) {
 void Activate(const LiveCaptureOptions& options, pcap* handle) {
   const int status = pcap_activate(handle);
   if (status >= 0) return;
+  const std::string what = pcap_statustostr(status);
   const std::string detail = pcap_geterr(handle);
-  Fail(options, detail.empty() || status != PCAP_ERROR ? pcap_statustostr(status) + (": " + detail)
-                                                       : detail);
+  if (detail.empty() || detail == what) Fail(options, what);
+  Fail(options, status == PCAP_ERROR ? detail : what + ": " + detail);
 }
 
 std::string LinkTypeName(int link_type) {

@@ -49,7 +49,7 @@ struct SourceStatus {
   Counter malformed;         // messages that could not be taken apart
   Counter batches;           // receives that brought something
   Counter buffer_bytes;      // effective size of the kernel's buffer
-  Counter last_sequence;     // of the newest record, plus one; 0: none yet
+  Counter last_sequence;     // of the newest record, plus one; 0: not known yet
   std::array<Counter, kMostReasons> skipped;  // by SkipReason
   std::array<Counter, kMostReasons> remarks;  // by Remark
 };

@@ -103,10 +103,12 @@ def body(options, findings):
         source = running.source()
         findings.equal(source["lost"], 0, "lost packets")
         findings.equal(source["received"], world.total(), "received packets")
+        findings.within(taken[-1], options.within, "an honest answer took")
         print(f"{options.clients} clients beside {options.rate:.0f} packets a second: "
               f"{source['lost']} lost, {len(taken)} honest answers, median "
               f"{taken[len(taken) // 2]:.1f} ms, longest {taken[-1]:.1f} ms")
 
 
 if __name__ == "__main__":
-    scenario.run(body, scenario.arguments(__doc__, clients=64, seconds=10.0, rate=100000.0))
+    scenario.run(body, scenario.arguments(__doc__, clients=64, seconds=10.0, rate=100000.0,
+                                          within=0.0))

@@ -29,9 +29,10 @@ def body(options, findings):
             findings.require(flood.is_running(), "the flood ended early")
         checked = running.check()
         findings.equal(checked, 0, "the status of a check")
+        findings.within(slowest * 1000, options.within, "the slowest start")
     print(f"{options.cycles} kills, {before} packets before the last one, "
           f"back within {slowest * 1000:.0f} ms")
 
 
 if __name__ == "__main__":
-    scenario.run(body, scenario.arguments(__doc__, cycles=20, rate=50000.0))
+    scenario.run(body, scenario.arguments(__doc__, cycles=20, rate=50000.0, within=0.0))

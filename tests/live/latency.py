@@ -34,8 +34,9 @@ def measure(running, first, count, pause):
     return sorted(taken)
 
 
-def tell(name, taken):
+def judge(name, taken, most, findings):
     p99 = taken[min(len(taken) - 1, int(len(taken) * 0.99))]
+    findings.within(p99, most, f"{name}, p99")
     print(f"{name}: median {taken[len(taken) // 2]:.1f} ms, p99 {p99:.1f} ms, "
           f"longest {taken[-1]:.1f} ms of {len(taken)}")
 
@@ -48,10 +49,10 @@ def body(options, findings):
             time.sleep(1)
             loaded = measure(running, MARKS + options.marks, options.marks, 0.0)
             findings.require(flood.is_running(), "the flood ended early")
-        tell("one packet at a time", quiet)
-        tell(f"beside {options.rate:.0f} packets a second", loaded)
+        judge("one packet at a time", quiet, options.within, findings)
+        judge(f"beside {options.rate:.0f} packets a second", loaded, options.within, findings)
         findings.equal(running.source()["lost"], 0, "lost packets")
 
 
 if __name__ == "__main__":
-    scenario.run(body, scenario.arguments(__doc__, marks=100, pause=1.0, rate=100000.0))
+    scenario.run(body, scenario.arguments(__doc__, marks=100, pause=1.0, rate=100000.0, within=0.0))

@@ -18,6 +18,10 @@ class Findings:
             self.count += 1
             print(f"violated: {text}")
 
+    def within(self, milliseconds, most, what):
+        """`most` is 0 where it is only to be printed."""
+        self.require(not most or milliseconds <= most, f"{what}: {milliseconds:.1f} ms")
+
     def equal(self, got, wanted, what):
         self.require(got == wanted, f"{what}: {got}, not {wanted}")
 

@@ -33,6 +33,16 @@ TEST_F(LiveTest, WhatThePacketFilterCountsIsInTheJournal) {
   EXPECT_EQ(Journaled(place_).packets, 1234u);
 }
 
+TEST_F(LiveTest, SourcesAreToldOfBeforeTheirFirstPacket) {
+  place_.Configure(
+      "[[log_group]]\ngroup = 5\n[[log_group]]\ngroup = 6\n[[capture]]\ninterface = \"lo\"\n");
+  Start();
+  const Outcome told = RunCommand({"status", "--socket", place_.socket()});
+  EXPECT_THAT(told.out, testing::ContainsRegex("nflog:5 +0 .*iB"));
+  EXPECT_THAT(told.out, testing::ContainsRegex("nflog:6 +0 .*iB"));
+  EXPECT_THAT(told.out, testing::ContainsRegex("capture:lo +0 .*iB"));
+}
+
 TEST_F(LiveTest, WhatWaitsInTheKernelIsJournaledBeforeTheEnd) {
   Start();
   network_.Send(kLoggedPort, 100);

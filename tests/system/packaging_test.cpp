@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 
+#include "tests/system/support/exit_codes.h"
 #include "tests/system/support/program.h"
 #include "tests/system/support/temporary_directory.h"
 
@@ -31,6 +32,15 @@ TEST(PackagingTest, ServiceThatCapturesInterfacesIsHardlyMoreExposed) {
   std::filesystem::copy(Unit("packetdbd.service"), place.Path("packetdbd.service"));
   const Outcome outcome = Exposure(place.Path("packetdbd.service"), 15);
   EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+}
+
+// At boot the service comes before the network, and ends where its interface is not up yet.
+TEST(PackagingTest, ServiceThatCapturesInterfacesIsStartedUntilTheyAreUp) {
+  EXPECT_THAT(ReadFile(Unit("capture.conf")), testing::HasSubstr("\nStartLimitIntervalSec=0\n"));
+  const std::string service = ReadFile(Unit("packetdbd.service"));
+  EXPECT_THAT(service, testing::HasSubstr("\nRestart=on-failure\nRestartSec=1s\n"));
+  const std::string mistaken = "\nRestartPreventExitStatus=" + std::to_string(kExitUsage) + "\n";
+  EXPECT_THAT(service, testing::HasSubstr(mistaken)) << "what no restart mends";
 }
 
 // What is to be seen fails where it should: a unit without any protection is exposed.

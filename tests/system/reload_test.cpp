@@ -102,6 +102,27 @@ TEST_F(ReloadTest, GroupsComeAndGo) {
   EXPECT_TRUE(Eventually([&] { return Journaled(place_).packets == 50; })) << daemon_->Log();
 }
 
+TEST_F(ReloadTest, GroupThatIsReadNoLongerCanBeReadAgain) {
+  network_.LogUdp(7, 7777, "pdb:input:seven:drop");
+  const std::string both = "[[log_group]]\ngroup = 5\n[[log_group]]\ngroup = 7\n";
+  for (const std::string& groups : {both, std::string("[[log_group]]\ngroup = 5\n"), both}) {
+    place_.Configure(groups);
+    Reload(kDone);
+  }
+  network_.Send(7777, 20);
+  EXPECT_TRUE(EverythingIsJournaled(network_, place_)) << daemon_->Log();
+}
+
+TEST_F(ReloadTest, GroupOfAReloadThatFailedIsFree) {
+  const std::string both = "[[log_group]]\ngroup = 5\n[[log_group]]\ngroup = 7\n";
+  const std::string windows = "[[journal]]\nname = 'all'\nwindow = '";
+  place_.Configure(both + windows + "7s'\n");
+  Reload(kFailed);
+  ASSERT_TRUE(daemon_->LogSays("window")) << daemon_->Log();
+  place_.Configure(both);
+  Reload(kDone);
+}
+
 TEST_F(ReloadTest, QueryThatRunsIsAnsweredToItsEnd) {
   network_.Send(kLoggedPort, 10);
   ASSERT_TRUE(EverythingIsJournaled(network_, place_));

@@ -197,5 +197,11 @@ TEST_F(Files, AUserOfThisMachineIsKnown) {
   EXPECT_FALSE(system.has_group("no-such-group-here"));
 }
 
+TEST_F(Files, AFilterIsWhatThisMachineCanCapture) {
+  const Surroundings system = SystemSurroundings();
+  EXPECT_EQ(system.why_no_filter("tcp port 443"), std::nullopt);
+  EXPECT_NE(system.why_no_filter("tcp and and"), std::nullopt);
+}
+
 }  // namespace
 }  // namespace packetdb::host::test

@@ -149,8 +149,17 @@ TEST(Captures, FilterHasALimit) {
   };
   EXPECT_EQ(filter(2000), "");
   EXPECT_EQ(filter(2001), "c.toml:3:10: filter = \"" + std::string(64, 'f') +
-                              "\"… (2001 bytes): it has 2001 bytes; give a text of 0 to 2000 "
-                              "bytes, such as \"tcp port 443\"");
+                              "\"… (2001 bytes): it has 2001 bytes; give a filter as in "
+                              "pcap-filter(7) of at most 2000 bytes, or \"\" for none, such as "
+                              "\"tcp port 443\"");
+}
+
+TEST(Captures, FilterHasToBeOne) {
+  const std::string capture = "[[capture]]\ninterface = \"lo\"\nfilter = ";
+  EXPECT_EQ(ProblemOf(capture + "\"\"\n"), "");
+  EXPECT_EQ(ProblemOf(capture + "\"tcp and\"\n"),
+            "c.toml:3:10: filter = \"tcp and\": syntax error; give a filter as in pcap-filter(7) "
+            "of at most 2000 bytes, or \"\" for none, such as \"tcp port 443\"");
 }
 
 TEST(Sources, NothingIsReadWhereThatIsWanted) {

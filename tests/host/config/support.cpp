@@ -40,6 +40,9 @@ std::vector<std::string> ProblemsOn(std::string_view text, const Surroundings& s
 Surroundings SmallSystem(std::string file_text) {
   return {[](const std::string& name) { return name == "root" || name == "packetdb"; },
           [](const std::string& name) { return name == "packetdb"; },
+          [](const std::string& filter) {
+            return filter == "tcp and" ? std::optional<std::string>("syntax error") : std::nullopt;
+          },
           [file_text = std::move(file_text)](const std::string&, std::size_t) {
             return TextFile{file_text, "", false};
           }};

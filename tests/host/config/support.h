@@ -10,7 +10,8 @@
 
 namespace packetdb::host::test {
 
-// A system with the users root and packetdb and the group packetdb, where every file has this text.
+// A system with the users root and packetdb and the group packetdb, where every file has this text,
+// and every text is a filter but "tcp and".
 Surroundings SmallSystem(std::string file_text = "");
 
 // What the text configures. A refusal fails the test with its problems.

@@ -66,6 +66,19 @@ TEST_F(WhatIntakeCounts, IsNotCountedAgainWithTheNextBatch) {
   EXPECT_EQ(Source().lost_overrun.Get(), 5U);
 }
 
+TEST_F(WhatIntakeCounts, IsToldInTheLogWhereItWasLost) {
+  const LogLines lines;
+  source().live_counts = {.lost_overrun = 5, .lost_before_read = 2};
+  Take({Seen()});
+  source().live_counts = {.lost_overrun = 9, .lost_before_read = 2};
+  Take({Seen()});
+  EXPECT_THAT(lines.All(), testing::IsSupersetOf(
+                               {"nflog:5: 5 events lost: the kernel's buffer was full",
+                                "nflog:5: 2 events lost: the interface had no room for them"}));
+  EXPECT_THAT(lines.All(), testing::Not(Contains(testing::HasSubstr("4 events lost"))))
+      << "a minute has not passed";
+}
+
 TEST_F(WhatIntakeCounts, GoesOnWithTheNextIntake) {
   source().live_counts = {.lost_overrun = 5, .next_sequence = 100};
   source().packet_counts.Skip(SkipReason::kArp);

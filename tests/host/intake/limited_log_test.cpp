@@ -23,6 +23,16 @@ TEST_F(ALimitedLog, TellsTheFirstAtOnceAndTheOthersAfterAMinute) {
                                         "journal lan: 4 events not journaled: no room"));
 }
 
+TEST_F(ALimitedLog, CatchesUpOnWhatHadToWait) {
+  for (const std::uint64_t events : {0, 5, 7, 0}) {
+    log_.Tell(1000, "nflog:5", "lost", "no room", events);
+  }
+  log_.Tell(1060, "nflog:5", "lost", "no room", 0);
+  log_.Tell(1200, "nflog:5", "lost", "no room", 0);
+  EXPECT_THAT(lines_.All(),
+              ElementsAre("nflog:5: 5 events lost: no room", "nflog:5: 7 events lost: no room"));
+}
+
 TEST_F(ALimitedLog, TellsAgainAfterAClockThatWasSetBack) {
   Tell(1000);
   Tell(500);

@@ -159,6 +159,11 @@ TEST_F(LiveCaptureTest, AnInterfaceThatIsNotThereIsNamed) {
   EXPECT_EQ(OpenError({.interface = ""}), "capture of : no such interface");
 }
 
+TEST_F(LiveCaptureTest, AnInterfaceThatIsDownIsNamedAndSaidToBeOnce) {
+  SetInterfaceUp("lo", false);
+  EXPECT_EQ(OpenError({.interface = "lo"}), "capture of lo: That device is not up");
+}
+
 TEST_F(LiveCaptureTest, WhatIsNoInterfaceIsNotCaptured) {
   EXPECT_EQ(OpenError({.interface = "nflog"}), "capture of nflog: no such interface");
 }
