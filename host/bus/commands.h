@@ -7,11 +7,25 @@ namespace packetdb::host {
 // selected nothing. Otherwise 0 and a table of one row, whose column holds the reason as text.
 inline constexpr int kCommandExplain = 200;
 inline constexpr unsigned int kColumnReason = 1;
+// Beside the reason, for programs: an integer of 4 bytes, one of Refusal. Daemons before this one
+// send none.
+inline constexpr unsigned int kColumnRefusal = 2;
+
+enum class Refusal : int {
+  kOther = 0,
+  kNoSuchName = 1,
+  kTooManyRows = 2,  // than this client gets in one answer
+  kNoAnswer = 3,     // the journal could not be read, or the answer was too large for the memory
+};
 
 // How the daemon is doing, and which names a query may carry. Answered 0 and a table of one column
 // whose rows are objects of JSON in UTF-8, shorter ones with NULs behind.
 inline constexpr int kCommandStatus = 201;
 inline constexpr int kCommandJournals = 202;
 inline constexpr unsigned int kColumnText = 1;
+
+// What the numbers in records are called. Answered likewise, but a row holds as many objects as fit
+// into it, each ended by a line feed.
+inline constexpr int kCommandNames = 203;
 
 }  // namespace packetdb::host

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "host/bus/answer_code.h"
-#include "host/bus/commands.h"
+#include "host/bus/columns.h"
 #include "host/bus/message.h"
 #include "host/bus/table_header.h"
 #include "host/journals/open_journals.h"
@@ -61,15 +61,20 @@ std::string WhyNotServed(const OpenJournals& journals, const std::string& name) 
   return reason;
 }
 
-bool SendText(CAbstractPacketOptions& message, const std::string& text) {
+bool SendReason(CAbstractPacketOptions& message, const std::string& text, Refusal refusal) {
   constexpr int kNotAnnounced = -1;
   constexpr int kMarkerFollows = 1;
   message.SetKind(kKindAnswer);
   message.SetRecordCount(kNotAnnounced);
   message.SetMarkerFlag(kMarkerFollows);
-  return message.AddColumn(kColumnReason, static_cast<unsigned int>(text.size())) >= 0 &&
-         message.WriteHeader() >= 0 && message.SetValue(kColumnReason, text.data()) >= 0 &&
-         message.WriteRecord() >= 0 && message.WriteMarker() >= 0;
+  message.AddColumn(kColumnReason, static_cast<unsigned int>(text.size()));
+  message.AddColumn(kIntegerBit | kColumnRefusal, sizeof refusal);
+  if (message.WriteHeader() < 0) {
+    return false;
+  }
+  message.SetValue(kColumnReason, text.data());
+  message.SetValue(kColumnRefusal, &refusal);
+  return message.WriteRecord() >= 0 && message.WriteMarker() >= 0;
 }
 
 }  // namespace
@@ -83,7 +88,7 @@ int JournalCommand::call(CAbstractPacketOptions* message) {
     return Serve(message);
   } catch (const std::exception& error) {
     WriteLog(kFailureLevel, error.what());
-    state_->failure = error.what();
+    Refuse(Refusal::kNoAnswer, error.what());
     return kCallFailed;
   }
 }
@@ -114,12 +119,12 @@ int JournalCommand::ServeOnce(CAbstractPacketOptions& message) {
   for (const std::string& problem : journals.problems()) {
     WriteLog(kNoticeLevel, problem);
   }
-  state_->failure = WhyNotServed(journals, NameAskedFor(message));
+  Refuse(Refusal::kNoSuchName, WhyNotServed(journals, NameAskedFor(message)));
   const int status = Answer(journals, message);
   if (status < 0) {
-    state_->failure =
-        "the journal could not be read, or the answer was too large for the memory "
-        "that a query may use";
+    Refuse(Refusal::kNoAnswer,
+           "the journal could not be read, or the answer was too large for the memory "
+           "that a query may use");
   }
   return status;
 }
@@ -138,7 +143,7 @@ int JournalCommand::Answer(const OpenJournals& journals, CAbstractPacketOptions&
   try {
     library.SelectRecords(query, selection);
     if (selection.size() > state_->row_limit) {
-      state_->failure = TooManyRows(state_->row_limit);
+      Refuse(Refusal::kTooManyRows, TooManyRows(state_->row_limit));
       WriteLog(kFailureLevel, state_->failure);
       selection.clear();
     }
@@ -149,6 +154,12 @@ int JournalCommand::Answer(const OpenJournals& journals, CAbstractPacketOptions&
     WriteLog(kFailureLevel, fmt::format("a query failed: {}", failure.what()));
     return failure.m_Fatal ? kCallFailed : kHandled;
   }
+}
+
+// Without a reason, nothing is refused.
+void JournalCommand::Refuse(Refusal refusal, const std::string& reason) {
+  state_->failure = reason;
+  state_->refusal = refusal;
 }
 
 const char* JournalCommand::desc() const { return "answering journal queries"; }
@@ -163,7 +174,7 @@ int ExplainCommand::call(CAbstractPacketOptions* message) {
   if (udbSendCommandAnswer(message, reason.empty() ? kAnswerNothingOrFailed : kAnswerOk) < 0) {
     return kCallFailed;
   }
-  return reason.empty() || SendText(*message, reason) ? kHandled : kCallFailed;
+  return reason.empty() || SendReason(*message, reason, state_->refusal) ? kHandled : kCallFailed;
 }
 
 const char* ExplainCommand::desc() const { return "explaining why the last query failed"; }

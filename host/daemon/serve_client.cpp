@@ -8,6 +8,7 @@
 #include "host/bus/dispatcher.h"
 #include "host/bus/serve.h"
 #include "host/daemon/journal_command.h"
+#include "host/daemon/names_command.h"
 #include "host/daemon/query_limits.h"
 #include "host/log/log.h"
 #include "host/status/status_commands.h"
@@ -57,6 +58,7 @@ ServeResult ServeCommands(Connection& connection, const Configuration& configura
   Register(dispatcher, kCommandExplain, boost::make_shared<ExplainCommand>(state));
   Register(dispatcher, kCommandStatus, boost::make_shared<StatusCommand>(&page, directory));
   Register(dispatcher, kCommandJournals, boost::make_shared<JournalsCommand>(directory));
+  Register(dispatcher, kCommandNames, boost::make_shared<NamesCommand>(configuration));
   connection.set_max_message(LongestRequest(configuration.limits));
   return ServeConnection(connection, dispatcher, observer, RequestLimitsOf(configuration.limits));
 }

@@ -28,24 +28,6 @@ constexpr std::array<std::pair<std::string_view, Verdict>, 4> kVerdictWords = {{
     {"reject", Verdict::kReject},
 }};
 
-std::string_view WordOf(Verdict verdict) {
-  for (const auto& [word, value] : kVerdictWords) {
-    if (value == verdict) {
-      return word;
-    }
-  }
-  return kVerdictWords.front().first;
-}
-
-std::optional<Verdict> VerdictOf(std::string_view word) {
-  for (const auto& [known, value] : kVerdictWords) {
-    if (known == word) {
-      return value;
-    }
-  }
-  return std::nullopt;
-}
-
 std::string SumOf(std::string_view text) {
   return fmt::format(" {:08x}", Crc32c(text.data(), text.size()));
 }
@@ -71,7 +53,7 @@ bool TakeNumbers(std::string_view& rest, RuleEntry* entry) {
       !ParseWhole(TakeWord(rest), 10, &entry->meaning.code)) {
     return false;
   }
-  const std::optional<Verdict> verdict = VerdictOf(TakeWord(rest));
+  const std::optional<Verdict> verdict = RuleVerdictOf(TakeWord(rest));
   std::string_view flags = TakeWord(rest);
   if (!verdict || !flags.starts_with("0x") ||
       !ParseWhole(flags.substr(2), 16, &entry->meaning.flags)) {
@@ -98,15 +80,34 @@ bool TakeTexts(std::string_view& rest, RuleEntry* entry) {
 
 }  // namespace
 
+std::string_view RuleVerdictWord(Verdict verdict) {
+  for (const auto& [word, value] : kVerdictWords) {
+    if (value == verdict) {
+      return word;
+    }
+  }
+  return kVerdictWords.front().first;
+}
+
+std::optional<Verdict> RuleVerdictOf(std::string_view word) {
+  for (const auto& [known, value] : kVerdictWords) {
+    if (known == word) {
+      return value;
+    }
+  }
+  return std::nullopt;
+}
+
 std::string RuleDictionaryPath(const std::string& directory) {
   return directory + "/" + std::string(kRuleDictionaryName);
 }
 
 std::string RuleLine(const RuleEntry& entry) {
   const RuleMeaning& meaning = entry.meaning;
-  const std::string line = fmt::format(
-      "{}{} {} {} {} {:#x} {} {}", kRule, entry.number, entry.since, meaning.code,
-      WordOf(meaning.verdict), meaning.flags, QuoteText(entry.prefix), QuoteText(meaning.text));
+  const std::string line =
+      fmt::format("{}{} {} {} {} {:#x} {} {}", kRule, entry.number, entry.since, meaning.code,
+                  RuleVerdictWord(meaning.verdict), meaning.flags, QuoteText(entry.prefix),
+                  QuoteText(meaning.text));
   return line + SumOf(line);
 }
 

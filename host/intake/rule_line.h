@@ -20,6 +20,10 @@ inline constexpr std::size_t kLargestRuleDictionary = std::size_t{64} << 20U;
 
 std::string RuleDictionaryPath(const std::string& directory);
 
+// "none", "accept", "drop", "reject".
+std::string_view RuleVerdictWord(Verdict verdict);
+std::optional<Verdict> RuleVerdictOf(std::string_view word);
+
 // The line of an entry, without its end.
 std::string RuleLine(const RuleEntry& entry);
 

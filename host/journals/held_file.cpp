@@ -56,7 +56,7 @@ std::optional<HeldFile> HeldFile::Hold(const std::string& path, const std::strin
   RecordFileInfo info;
   const int status = ProbeRecordFile(path, &info);
   // Whoever held it before may have moved it: then what was probed is another file.
-  if (!Names(path, file)) {
+  if (!IsFileAt(path, file)) {
     return {};
   }
   if (status < 0) {
@@ -65,7 +65,7 @@ std::optional<HeldFile> HeldFile::Hold(const std::string& path, const std::strin
   return HeldFile(std::move(file), std::move(info));
 }
 
-bool HeldFile::IsAt(const std::string& path) const { return Names(path, file_); }
+bool HeldFile::IsAt(const std::string& path) const { return IsFileAt(path, file_); }
 
 uid_t HeldFile::owner() const { return StatusOf(file_).st_uid; }
 

@@ -138,11 +138,12 @@ OpenJournals::Group OpenJournals::Open(const std::string& directory, const std::
 std::vector<JournalName> OpenJournals::Names() const {
   std::vector<JournalName> names;
   for (const Group& group : opened_) {
-    names.push_back({group.name, group.name, true, true});
+    const long window = group.storage->getTimeDiff();
+    names.push_back({group.name, group.name, true, true, window});
     for (const std::string& interface : group.interfaces) {
       const bool is_served = registry_->IsDynamic(interface) &&
                              registry_->GetActualStorage(interface) == group.storage;
-      names.push_back({interface, group.name, false, is_served});
+      names.push_back({interface, group.name, false, is_served, window});
     }
   }
   return names;

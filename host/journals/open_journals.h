@@ -17,6 +17,7 @@ struct JournalName {
   bool is_group = false;
   // A name answers for one journal: false for an interface whose name another group or journal has.
   bool is_served = true;
+  long window_seconds = 0;  // of merging, in the group's journal
 };
 
 // Opens every journal of a directory read-only and registers it: its group's name as not dynamic,

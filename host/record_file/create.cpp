@@ -61,7 +61,7 @@ RecordFileResult Creation::Begin(const RecordFormat& format, std::uint64_t first
 
 // What has the temporary name may be another process's by now.
 void Creation::Remove() {
-  if (file_.IsOpen() && Names(temporary_, file_)) unlink(temporary_.c_str());
+  if (file_.IsOpen() && IsFileAt(temporary_, file_)) unlink(temporary_.c_str());
   file_ = Descriptor();
 }
 
@@ -74,7 +74,7 @@ RecordFileResult Creation::Open() {
   result = Lock(opened);
   // Between the two calls another creation may have taken the file for a leftover. Then it holds
   // the lock, or has removed the file already and let go of it.
-  if (result == kRecordFileOk && !Names(temporary_, opened)) return kUnsettled;
+  if (result == kRecordFileOk && !IsFileAt(temporary_, opened)) return kUnsettled;
   if (result < 0 && result != kInUse) unlink(temporary_.c_str());
   if (result < 0) return result;
   file_ = std::move(opened);
@@ -108,7 +108,7 @@ RecordFileResult Creation::Publish(Predecessor predecessor, Descriptor* file) {
 
 RecordFileResult Creation::Rename(Predecessor predecessor) {
   // Whoever may not lock the temporary file may still have removed it, and made another.
-  if (!Names(temporary_, file_)) return kUnsettled;
+  if (!IsFileAt(temporary_, file_)) return kUnsettled;
   const unsigned int flags = predecessor == Predecessor::kNone ? RENAME_NOREPLACE : 0;
   if (renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), flags) == 0) {
     return kRecordFileOk;

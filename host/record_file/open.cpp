@@ -44,7 +44,7 @@ RecordFileResult OpenLocked(const std::string& path, Access access, Descriptor* 
   if (access == Access::kWrite) {
     result = RequireOurs(path, opened);
     if (result == kRecordFileOk) result = Lock(opened);
-    if (result == kRecordFileOk && !Names(path, opened)) result = kUnsettled;
+    if (result == kRecordFileOk && !IsFileAt(path, opened)) result = kUnsettled;
     if (result < 0) return result;
   }
   *file = std::move(opened);
@@ -58,7 +58,7 @@ RecordFileResult Lock(const Descriptor& file) {
 
 void Unlock(const Descriptor& file) { SetLock(file, F_UNLCK); }
 
-bool Names(const std::string& path, const Descriptor& file) {
+bool IsFileAt(const std::string& path, const Descriptor& file) {
   struct stat named = {};
   struct stat opened = {};
   return lstat(path.c_str(), &named) == 0 && fstat(file.get(), &opened) == 0 &&

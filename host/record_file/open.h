@@ -28,6 +28,6 @@ RecordFileResult Lock(const Descriptor& file);
 void Unlock(const Descriptor& file);
 
 // True when `path` itself, not what a link there points to, is the open file.
-bool Names(const std::string& path, const Descriptor& file);
+bool IsFileAt(const std::string& path, const Descriptor& file);
 
 }  // namespace packetdb::host

@@ -178,7 +178,7 @@ RecordFileResult OpenFile::Resize(const OpenRequest& request) {
   if (result == kDamagedRecord) result = BuildResizedFile(request, &file);
   // The last step may fail when the new file has the name already. What was appended to the old one
   // from then on would be lost with it.
-  if (result < 0 && !Names(path_, file_)) return result;
+  if (result < 0 && !IsFileAt(path_, file_)) return result;
   if (result < 0) {
     const std::string text = path_ + ": still keeps " + std::to_string(facts_.format.capacity) +
                              " records, not " + std::to_string(request.format.capacity) + ": " +

@@ -38,7 +38,7 @@ RecordFileResult RequireNoOtherName(const std::string& path, const Descriptor& f
     struct stat after = {};
     if (fstat(file.get(), &before) != 0) return ResultFromErrno(errno);
     if (before.st_nlink > 1) return kLinkedElsewhere;
-    const bool is_named = Names(path, file);
+    const bool is_named = IsFileAt(path, file);
     if (fstat(file.get(), &after) != 0) return ResultFromErrno(errno);
     if (is_named && IsSameMoment(before.st_ctim, after.st_ctim)) return kRecordFileOk;
   }

@@ -151,6 +151,7 @@ Json NameRow(const JournalName& name, const DaemonReport& report) {
   row["journal"] = name.group;
   row["served"] = name.is_served;
   if (!name.is_group) return row;
+  row["window_seconds"] = name.window_seconds;
   const auto journal =
       std::find_if(report.journals.begin(), report.journals.end(),
                    [&name](const JournalReport& candidate) { return candidate.name == name.name; });
@@ -159,6 +160,7 @@ Json NameRow(const JournalName& name, const DaemonReport& report) {
     row["capacity"] = journal->file->HasBound() ? Json(journal->file->capacity) : Json();
     row["oldest_unix"] = OrNull(journal->file->oldest);
     row["newest_unix"] = OrNull(journal->file->newest);
+    row["changes"] = journal->file->next + journal->file->merged;
   }
   return row;
 }

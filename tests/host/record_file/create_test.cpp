@@ -108,7 +108,7 @@ TEST_F(RecordFileCreate, LeavesACreationInProgressAlone) {
   Descriptor other;
   ASSERT_EQ(OpenLocked(temporary_, Access::kWrite, &other), kRecordFileOk);
   EXPECT_EQ(Open(file_, path_, kModeMissing), kInUse);
-  EXPECT_TRUE(Names(temporary_, other));
+  EXPECT_TRUE(IsFileAt(temporary_, other));
 }
 
 TEST_F(RecordFileCreate, NeedsAFolderThatAllowsTheTemporaryName) {

@@ -59,7 +59,7 @@ DaemonReport FullReport() {
   report.rules = RuleFacts{41, 42, 43};
   report.sources = {FullSource("nflog:5", 100), FullSource("capture:eth0", 200)};
   report.journals = {{"all", FullFile(), FullActivity()}};
-  report.names = {{"all", "all", true, true}, {"eth0", "all", false, true}};
+  report.names = {{"all", "all", true, true, 60}, {"eth0", "all", false, true, 60}};
   report.exclusions = {{"noise", 501, 502}};
   report.problems = {"something is wrong"};
   return report;

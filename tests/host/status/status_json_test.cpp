@@ -140,10 +140,12 @@ TEST(StatusJson, ListsTheNamesThatAQueryTakes) {
                 {"name", "all"},
                 {"journal", "all"},
                 {"served", true},
+                {"window_seconds", 60},
                 {"records", 250},
                 {"capacity", 1000},
                 {"oldest_unix", 1700000000},
-                {"newest_unix", 1700000900}}),
+                {"newest_unix", 1700000900},
+                {"changes", 3905}}),
           Json({{"kind", "interface"}, {"name", "eth0"}, {"journal", "all"}, {"served", false}}),
           Json({{"kind", "problem"}, {"text", "something is wrong"}})));
 }
