@@ -88,6 +88,13 @@ constexpr ForeignWord kForeignWords[] = {
     {"greater", "records hold the sum of their packets' lengths, ask for 'bytes'"},
 };
 
+// A bar ends a cell.
+std::string Cell(std::string_view text) {
+  std::string cell;
+  for (const char c : text) cell += c == '|' ? "\\|" : std::string(1, c);
+  return cell;
+}
+
 }  // namespace
 
 std::span<const Word> Words() { return kWords; }
@@ -127,7 +134,7 @@ std::string WordTable() {
   std::string table = "| Word | Takes | Means | Example |\n|---|---|---|---|\n";
   for (const Word& each : kWords) {
     fmt::format_to(std::back_inserter(table), "| `{}` | {} | {} | `{}` |\n", each.word, each.takes,
-                   each.help, each.example);
+                   Cell(each.help), each.example);
   }
   return table;
 }

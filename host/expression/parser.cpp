@@ -41,6 +41,14 @@ Term ProtocolTerm(std::uint8_t number) {
 
 Term FlagTerm(std::uint32_t bit) { return {Field::kFlag, Side::kEither, 0, {{{{bit, bit}}, ""}}}; }
 
+bool MayBeCalledIn(Field field) { return field == Field::kFlag || field == Field::kDirection; }
+
+// Names that somebody gave, and so may be words of the language.
+bool HasNames(Field field) {
+  return field == Field::kEvent || field == Field::kFlag || field == Field::kNode ||
+         field == Field::kRule || field == Field::kInterface;
+}
+
 class Parser {
  public:
   Parser(std::vector<Token> tokens, const Names& names)
@@ -120,7 +128,8 @@ void Parser::Unexpected(std::string expected) const {
   if (token.kind == Token::Kind::kMark) {
     Fail(token, fmt::format("'{}' is out of place", token.text), std::move(expected));
   }
-  const bool is_word = FindWord(token.text) != nullptr || BareProtocol(token.text);
+  const bool is_word = token.kind == Token::Kind::kWord &&
+                       (FindWord(token.text) != nullptr || BareProtocol(token.text));
   const std::string_view why = WhyNoWord(token.text);
   const std::string message =
       is_word ? fmt::format("'{}' is out of place", token.text)
@@ -307,7 +316,11 @@ Node Parser::Compared(const Qualifiers& qualifiers, const Token& mark) {
 }
 
 std::vector<Value> Parser::Values(const Word& word) {
-  if (IsWord("in") && IsMark("[", 1)) Take();
+  const bool is_name = MayBeCalledIn(word.field) && !IsMark("[", 1);
+  if (IsWord("in") && !is_name) {
+    Take();
+    if (!IsMark("[")) Unexpected("[VALUE ...]");
+  }
   if (IsMark("[")) return List(word);
   std::vector<Value> values;
   if (word.word == "net" && IsWord("mask", 1)) {
@@ -341,11 +354,11 @@ Value Parser::OneValue(const Word& word) {
   if (token.kind == Token::Kind::kEnd || token.kind == Token::Kind::kMark) {
     Unexpected(std::string(word.takes));
   }
-  const bool may_be_in = word.field == Field::kFlag || word.field == Field::kDirection;
   const bool is_word = token.kind == Token::Kind::kWord && FindWord(token.text) != nullptr;
-  if (is_word && !(may_be_in && token.text == "in")) {
+  if (is_word && !(MayBeCalledIn(word.field) && token.text == "in")) {
     Fail(token, fmt::format("'{}' is no value of '{}'", token.text, word.word),
-         fmt::format("{}; in quotes, if that is its name", word.takes));
+         fmt::format("{}{}", word.takes,
+                     HasNames(word.field) ? "; in quotes, if that is its name" : ""));
   }
   return ReadValue(word, Take(), names_);
 }

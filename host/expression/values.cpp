@@ -79,9 +79,7 @@ Value ReadProtocol(const Token& token) {
   if (const auto number = ProtocolByName(TextOf(token))) return Single(*number);
   const auto interval = IntervalOf(token, HighestOf(Field::kProtocol));
   if (!interval) {
-    std::vector<std::string> known;
-    for (int i = 0; i <= 0xFF; ++i) known.push_back(ShowProtocol(static_cast<std::uint8_t>(i)));
-    Refuse(token, "protocol", "a number from 0 to 255, or " + ProtocolNames(), known);
+    Refuse(token, "protocol", "a number from 0 to 255, or " + ProtocolNames(), AllWords());
   }
   return {{*interval}, ""};
 }

@@ -103,10 +103,11 @@ Node RandomTerm(Random& random) {
   constexpr unsigned int kFields = static_cast<unsigned int>(Field::kIcmpCode) + 1;
   // The ends of packets more often than others: they are what is intricate.
   const auto field = Below(random, 3) == 0 ? static_cast<Field>(Below(random, 4) / 3 * 3)
-                                       : static_cast<Field>(Below(random, kFields));
+                                           : static_cast<Field>(Below(random, kFields));
   Term term{field, Side::kEither, 0, {}};
   if (HasSides(field)) term.side = static_cast<Side>(Below(random, 4));
-  if (field == Field::kPort && Below(random, 4) == 0) term.transport = Below(random, 2) == 0 ? 6 : 17;
+  if (field == Field::kPort && Below(random, 4) == 0)
+    term.transport = Below(random, 2) == 0 ? 6 : 17;
   // Of sums, a list has single numbers only.
   const bool is_sum = field == Field::kCount || field == Field::kBytes;
   const unsigned int count = is_sum || Below(random, 3) != 0 ? 1 : 2;
