@@ -91,8 +91,9 @@ int Predicate::Compile(const Node& node, int if_true, int if_false) {
   // From the last to the first: each has to know where the next one begins.
   const bool is_and = node.kind == Node::Kind::kAnd;
   int next = is_and ? if_true : if_false;
-  for (auto child = node.children.rbegin(); child != node.children.rend(); ++child) {
-    next = is_and ? Compile(*child, next, if_false) : Compile(*child, if_true, next);
+  for (std::size_t left = node.children.size(); left > 0; --left) {
+    const Node& child = node.children[left - 1];
+    next = is_and ? Compile(child, next, if_false) : Compile(child, if_true, next);
   }
   return next;
 }

@@ -29,12 +29,14 @@ std::string_view TextOf(const Token& token) {
 
 std::vector<std::string> NamesIn(const NameTable& table) {
   std::vector<std::string> names;
+  names.reserve(table.size());
   for (const auto& [name, number] : table) names.push_back(name);
   return names;
 }
 
 std::vector<std::string> NamesIn(const std::map<std::uint32_t, std::string>& table) {
   std::vector<std::string> names;
+  names.reserve(table.size());
   for (const auto& [number, name] : table) names.push_back(name);
   return names;
 }
