@@ -34,7 +34,8 @@ PICTURE = {
     "host/names": [f"{PUBLIC}/storage.h", "host/sources/event.h", "host/config",
                    "host/intake/rule_dictionary.h"],
     # What a question means, where its rows come from, and how people see them.
-    "host/expression": [PUBLIC, "host/rows", "host/names", "host/sources/event.h", "host/config"],
+    "host/expression": [PUBLIC, "host/rows", "host/names", "host/sources/event.h", "host/config",
+                        "host/intake/glob.h"],
     "host/times": [f"{PUBLIC}/storage.h"],
     "host/reading": [PUBLIC, "platform", "host/log", "host/bus", "host/sources/event.h",
                      "host/config", "host/journals", "host/record_file", "host/intake",
