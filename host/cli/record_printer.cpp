@@ -7,9 +7,9 @@
 
 #include "host/cli/json_text.h"
 #include "host/cli/rows.h"
-#include "host/cli/times.h"
 #include "host/cli/words.h"
 #include "host/journals/journal_record.h"
+#include "host/times/time_text.h"
 
 namespace packetdb::host {
 

@@ -5,9 +5,9 @@
 
 #include "host/cli/rows.h"
 #include "host/cli/text_table.h"
-#include "host/cli/times.h"
 #include "host/cli/words.h"
 #include "host/sources/event.h"
+#include "host/times/time_text.h"
 
 namespace packetdb::host {
 

@@ -3,7 +3,7 @@
 #include "host/cli/rows.h"
 #include "host/sources/event.h"
 #include "tests/host/cli/captured.h"
-#include "tests/host/cli/time_zone.h"
+#include "tests/host/times/time_zone.h"
 
 namespace packetdb::host::test {
 namespace {
