@@ -5,9 +5,10 @@
 
 #include "host/cli/parse_endpoint.h"
 #include "host/cli/parse_number.h"
-#include "host/cli/times.h"
 #include "host/cli/usage_error.h"
 #include "host/cli/words.h"
+#include "host/times/parse_time.h"
+#include "host/times/time_error.h"
 
 namespace packetdb::host {
 
@@ -97,11 +98,20 @@ void SetName(const std::string& name, Query& query) {
   std::memcpy(query.m_Interface, name.data(), name.size());
 }
 
+std::int64_t ParseTimeOption(const std::string& text, std::int64_t now) {
+  try {
+    return ParseQueryTime(text, now);
+  } catch (const TimeError& error) {
+    throw UsageError(error.what());
+  }
+}
+
 void SetTimes(const Criteria& criteria, std::int64_t now, Query& query) {
   if (!criteria.since.empty()) {
-    query.m_TimeStart = ParseTime(criteria.since, now);
+    query.m_TimeStart = ParseTimeOption(criteria.since, now);
   }
-  query.m_TimeEnd = criteria.until.empty() ? kLatestQueryTime : ParseTime(criteria.until, now);
+  query.m_TimeEnd =
+      criteria.until.empty() ? kLatestQueryTime : ParseTimeOption(criteria.until, now);
   if (query.m_TimeStart > query.m_TimeEnd) {
     throw UsageError("the time range is empty: --since is later than --until");
   }

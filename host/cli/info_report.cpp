@@ -7,9 +7,9 @@
 #include "host/cli/info_state.h"
 #include "host/cli/json_text.h"
 #include "host/cli/text_line.h"
-#include "host/cli/times.h"
 #include "host/journals/file_life.h"
 #include "host/log/escape.h"
+#include "host/times/time_text.h"
 #include "packetdb/storage.h"
 
 namespace packetdb::host {

@@ -3,7 +3,7 @@
 
 #include "host/cli/status_tables.h"
 #include "host/cli/text_table.h"
-#include "host/cli/times.h"
+#include "host/times/time_text.h"
 
 namespace packetdb::host {
 

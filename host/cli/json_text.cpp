@@ -1,6 +1,6 @@
 #include "host/cli/json_text.h"
 
-#include "host/cli/times.h"
+#include "host/times/time_text.h"
 #include "packetdb/storage.h"
 
 namespace packetdb::host {

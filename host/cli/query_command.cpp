@@ -2,33 +2,39 @@
 
 #include <ctime>
 #include <fmt/format.h>
+#include <vector>
 
 #include "host/bus/answer_code.h"
 #include "host/bus/message.h"
 #include "host/cli/asking.h"
 #include "host/cli/explain.h"
 #include "host/cli/report.h"
-#include "host/cli/rows.h"
 #include "host/cli/usage_error.h"
+#include "host/printing/row_printer.h"
 
 namespace packetdb::host {
 
 namespace {
 
-using Printer = void (*)(const Rows& rows, std::FILE* out);
+using Rows = std::vector<PacketDbClientItem>;
 
-Printer PrinterOf(const std::string& format) {
-  if (format == "table") {
-    return PrintTable;
-  }
+PrintOptions OptionsOf(const std::string& format) {
+  PrintOptions options;
   if (format == "json") {
-    return PrintJson;
+    options.format = PrintFormat::kNdjson;
+  } else if (format != "table") {
+    throw UsageError(fmt::format("'{}' is not an output format: give table or json", format));
   }
-  throw UsageError(fmt::format("'{}' is not an output format: give table or json", format));
+  return options;
 }
 
-ExitCode Print(const Rows& rows, Printer printer) {
-  printer(rows, stdout);
+ExitCode Print(const Rows& rows, const PrintOptions& options) {
+  const Names names;
+  const auto printer = MakeRowPrinter(options, names, stdout);
+  for (const PacketDbClientItem& row : rows) {
+    printer->Print({row.m_Item, {}});
+  }
+  printer->Finish();
   return FlushOutput() ? kExitOk : kExitFailed;
 }
 
@@ -46,7 +52,7 @@ ExitCode NothingCame(const std::string& name, Connection& connection) {
 }  // namespace
 
 ExitCode RunQuery(const QueryOptions& options) {
-  const Printer printer = PrinterOf(options.output);
+  const PrintOptions print_options = OptionsOf(options.output);
   Query query = MakeQuery(options.criteria, std::time(nullptr));
   ExitCode unreached = kExitFailed;
   const auto connection = Reach(options.socket, options.timeout_seconds, &unreached);
@@ -62,7 +68,7 @@ ExitCode RunQuery(const QueryOptions& options) {
   if (status != kAnswerOk && rows.empty()) {
     return AskingFailed(status, message, *connection);
   }
-  const ExitCode printed = Print(rows, printer);
+  const ExitCode printed = Print(rows, print_options);
   return status == kAnswerOk ? printed : AskingFailed(status, message, *connection);
 }
 

@@ -6,10 +6,10 @@
 #include <string>
 
 #include "host/cli/json_text.h"
-#include "host/cli/rows.h"
-#include "host/cli/times.h"
 #include "host/cli/words.h"
 #include "host/journals/journal_record.h"
+#include "host/printing/address_text.h"
+#include "host/times/time_text.h"
 
 namespace packetdb::host {
 

@@ -4,7 +4,7 @@
 
 #include "host/cli/text_line.h"
 #include "host/cli/text_table.h"
-#include "host/cli/times.h"
+#include "host/times/time_text.h"
 
 namespace packetdb::host {
 

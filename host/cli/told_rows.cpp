@@ -11,8 +11,8 @@
 #include "host/cli/asking.h"
 #include "host/cli/bytes_text.h"
 #include "host/cli/report.h"
-#include "host/cli/times.h"
 #include "host/log/escape.h"
+#include "host/times/time_text.h"
 #include "packetdb/query.h"
 
 namespace packetdb::host {

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <tuple>
 
-#include "host/cli/times.h"
+#include "host/times/parse_time.h"
 
 namespace packetdb::host::test {
 namespace {

@@ -9,8 +9,8 @@
 
 #include "host/cli/exit_code.h"
 #include "tests/host/cli/stored_journal.h"
-#include "tests/host/cli/time_zone.h"
 #include "tests/host/sources/temp_dir.h"
+#include "tests/host/times/time_zone.h"
 
 namespace packetdb::host::test {
 

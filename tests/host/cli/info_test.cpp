@@ -2,10 +2,10 @@
 
 #include "host/cli/info_command.h"
 #include "host/cli/info_report.h"
-#include "host/cli/times.h"
 #include "host/cli/usage_error.h"
 #include "host/record_file/inspect.h"
 #include "host/record_file/open.h"
+#include "host/times/time_text.h"
 #include "tests/host/cli/captured.h"
 #include "tests/host/cli/examining.h"
 #include "tests/host/journals/support.h"

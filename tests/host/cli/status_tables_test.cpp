@@ -4,7 +4,7 @@
 
 #include "host/cli/status_json.h"
 #include "tests/host/cli/captured.h"
-#include "tests/host/cli/time_zone.h"
+#include "tests/host/times/time_zone.h"
 
 namespace packetdb::host::test {
 namespace {

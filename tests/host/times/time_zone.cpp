@@ -1,4 +1,4 @@
-#include "tests/host/cli/time_zone.h"
+#include "tests/host/times/time_zone.h"
 
 #include <cstdlib>
 #include <ctime>
