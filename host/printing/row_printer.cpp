@@ -8,6 +8,7 @@ namespace {
 
 std::vector<Column> ColumnsOf(const std::vector<const Field*>& fields) {
   std::vector<Column> columns;
+  columns.reserve(fields.size());
   for (const Field* field : fields) columns.push_back(ColumnOf(*field));
   return columns;
 }

@@ -23,6 +23,7 @@ TemplateTable::TemplateTable(const PrintOptions& options, const std::vector<Colu
       cell_text_(options.utc),
       output_(out) {
   std::vector<std::string> names;
+  names.reserve(columns.size());
   for (const Column& column : columns) names.push_back(column.name);
   for (const TemplatePart& part : parts_) {
     if (!part.name.empty()) columns_.push_back(PlaceOfName(part.name, names));

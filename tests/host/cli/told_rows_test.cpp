@@ -23,7 +23,7 @@ struct Asked {
   explicit Asked(const FunctionHandler::Function& handler) {
     Dispatcher dispatcher;
     if (handler) Register(dispatcher, kCommandStatus, handler);
-    Pair pair;
+    struct Pair pair;  // others of this target mean the matcher
     ServerThread server(pair.server, dispatcher);
     const Captured errors(stderr);
     status = AskForRows(pair.client, kCommandStatus, &rows);
