@@ -8,6 +8,7 @@
 #include "host/bus/columns.h"
 #include "host/bus/table_header.h"
 #include "host/cli/report.h"
+#include "host/config/configuration.h"
 #include "packetdb/query.h"
 
 namespace packetdb::host {
@@ -36,8 +37,12 @@ ExitCode CannotConnect(const std::string& socket, const BusFailure& failure) {
 
 }  // namespace
 
-std::unique_ptr<Connection> Reach(const std::string& socket, int timeout_seconds,
-                                  ExitCode* status) {
+std::string SocketOf(const std::string& given) {
+  return given.empty() ? SocketSettings().path : given;
+}
+
+std::unique_ptr<Connection> Reach(const std::string& given, int timeout_seconds, ExitCode* status) {
+  const std::string socket = SocketOf(given);
   Timeouts timeouts;
   timeouts.wait = std::chrono::seconds(timeout_seconds);
   BusFailure failure;

@@ -11,8 +11,12 @@
 
 namespace packetdb::host {
 
-// Connects to the daemon at `socket`; its answer may take `timeout_seconds` to begin. Null, with a
-// complaint and the status that says so, when nobody can be reached there.
+// The socket that is meant by an option's value, which may be empty.
+std::string SocketOf(const std::string& given);
+
+// Connects to the daemon at `socket`, or at its usual one when that is empty; its answer may take
+// `timeout_seconds` to begin. Null, with a complaint and the status that says so, when nobody can
+// be reached there.
 std::unique_ptr<Connection> Reach(const std::string& socket, int timeout_seconds, ExitCode* status);
 
 // Begins the request of a command that has no options. False when it could not be sent.

@@ -30,8 +30,8 @@ constexpr CriterionOption kOptions[] = {
      "protocols by name or number; 'other' is all but icmp, tcp and udp"},
     {"-e,--event", &Criteria::events, "LIST",
      "event codes; a negative number is a group of codes, -1 in front is all"},
-    {"--flags", &Criteria::flags, "LIST", "flags that must all be set, by name or as bits"},
-    {"--not-flags", &Criteria::not_flags, "LIST", "flags that must not be set"},
+    {"--flags,--flag", &Criteria::flags, "LIST", "flags that must all be set, by name or as bits"},
+    {"--not-flags,--not-flag", &Criteria::not_flags, "LIST", "flags that must not be set"},
 };
 
 std::uint32_t ParseUnsigned(const std::string& text, const char* what) {

@@ -1,6 +1,7 @@
 // packetdb: the command that administrators use.
 #include <CLI/CLI.hpp>
 #include <csignal>
+#include <cstdio>
 #include <exception>
 #include <fmt/format.h>
 #include <functional>
@@ -115,6 +116,9 @@ int main(int argc, char** argv) {
     return Run(argc, argv);
   } catch (const UsageError& error) {
     Complain(error.what());
+    return kExitUsage;
+  } catch (const UnreadableExpression& error) {
+    std::fputs(error.what(), stderr);
     return kExitUsage;
   } catch (const std::exception& error) {
     Complain(error.what());

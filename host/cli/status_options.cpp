@@ -9,9 +9,7 @@ namespace {
 CLI::App* AddTeller(CLI::App& app, const char* name, const char* purpose, StatusOptions& options,
                     const char* output) {
   CLI::App* command = app.add_subcommand(name, purpose);
-  command->add_option("-s,--socket", options.socket, "The daemon's socket")
-      ->required()
-      ->type_name("PATH");
+  command->add_option("-s,--socket", options.socket, "The daemon's socket")->type_name("PATH");
   command->add_option("-o,--output", options.output, output)->type_name("FORMAT");
   command->add_option("--timeout", options.timeout_seconds, "wait this long for the answer")
       ->type_name("SECONDS")

@@ -11,4 +11,11 @@ class UsageError : public std::invalid_argument {
   using std::invalid_argument::invalid_argument;
 };
 
+// An expression that makes no sense: what() says so in several lines, with the place, as they are
+// to be shown.
+class UnreadableExpression : public std::invalid_argument {
+ public:
+  using std::invalid_argument::invalid_argument;
+};
+
 }  // namespace packetdb::host

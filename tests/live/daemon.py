@@ -116,7 +116,7 @@ class Daemon:
 
     def query(self, *words):
         """The rows that match."""
-        done = self._run("query", *words, "-o", "json")
+        done = self._run("query", *words, "-o", "ndjson")
         if done.returncode != 0:
             raise RuntimeError(f"packetdb query: {done.stderr}")
         return [json.loads(line) for line in done.stdout.splitlines()]

@@ -16,6 +16,7 @@
 #include "host/bus/answer_code.h"
 #include "host/bus/columns.h"
 #include "host/bus/error.h"
+#include "host/reading/query_exchange.h"
 #include "tests/system/support/ask.h"
 #include "tests/system/support/daemon.h"
 #include "tests/system/support/eventually.h"
@@ -212,10 +213,17 @@ TEST_F(StrangerTest, OneUserHasALimitOfItsOwn) {
 TEST_F(StrangerTest, AnswerOfMoreRowsThanAllowedIsRefusedForAReason) {
   ServeStrangers("[limits]\nrows = 10\n", 11);
   AsStranger([&] {
-    const Outcome outcome = RunCommand({"query", "edge", "--socket", daemon_->socket()});
-    EXPECT_EQ(outcome.status, 7);
-    EXPECT_THAT(outcome.err, HasSubstr("the answer has more than 10 rows"));
+    const auto connection = Connect(daemon_->socket());
+    const ReadResult result =
+        ExchangeQuery(*connection, QueryOf("edge"), "", [](const Row&) { return true; });
+    EXPECT_EQ(result.outcome, ReadOutcome::kTooManyRows);
+    EXPECT_THAT(result.reason, HasSubstr("the answer has more than 10 rows"));
   });
+}
+
+TEST_F(StrangerTest, CommandReadsMoreRowsThanAllowedInSeveralAnswers) {
+  ServeStrangers("[limits]\nrows = 10\n", 11);
+  AsStranger([&] { EXPECT_THAT(AskByCommand(daemon_->socket(), {"edge"}), SizeIs(11)); });
 }
 
 TEST_F(StrangerTest, AnswerOfAsManyRowsAsAllowedIsGiven) {

@@ -176,9 +176,10 @@ TEST(CriterionOptionTable, HasEachTextOnceAndNoneTwice) {
     EXPECT_STRNE(option.value, "");
     EXPECT_STRNE(option.help, "");
   }
-  EXPECT_THAT(names, ElementsAre("-S,--since", "-U,--until", "-n,--limit", "--src", "--dst",
-                                 "--src-port", "--dst-port", "--src-node", "--dst-node",
-                                 "-p,--protocol", "-e,--event", "--flags", "--not-flags"));
+  EXPECT_THAT(names,
+              ElementsAre("-S,--since", "-U,--until", "-n,--limit", "--src", "--dst", "--src-port",
+                          "--dst-port", "--src-node", "--dst-node", "-p,--protocol", "-e,--event",
+                          "--flags,--flag", "--not-flags,--not-flag"));
 }
 
 TEST(CriterionOptionTable, LeadsToTheTextOfItsName) {
@@ -195,8 +196,8 @@ TEST(CriterionOptionTable, LeadsToTheTextOfItsName) {
   EXPECT_EQ(criteria.dst_node, "--dst-node");
   EXPECT_EQ(criteria.protocols, "-p,--protocol");
   EXPECT_EQ(criteria.events, "-e,--event");
-  EXPECT_EQ(criteria.flags, "--flags");
-  EXPECT_EQ(criteria.not_flags, "--not-flags");
+  EXPECT_EQ(criteria.flags, "--flags,--flag");
+  EXPECT_EQ(criteria.not_flags, "--not-flags,--not-flag");
 }
 
 }  // namespace

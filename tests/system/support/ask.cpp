@@ -41,7 +41,7 @@ Answer Ask(const std::string& socket, const Query& query) { return Ask(*Connect(
 
 std::vector<nlohmann::json> AskByCommand(const std::string& socket,
                                          const Program::Arguments& arguments) {
-  Program::Arguments all = {"query", "--socket", socket, "--output", "json"};
+  Program::Arguments all = {"query", "--socket", socket, "--output", "ndjson", "--reverse"};
   all.insert(all.end(), arguments.begin(), arguments.end());
   const Outcome outcome = RunCommand(all);
   EXPECT_EQ(outcome.status, 0) << outcome.err;
