@@ -1,5 +1,6 @@
 #include "host/daemon/child_process.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -146,7 +147,9 @@ bool ChildProcess::HasEnded() {
   return ended_;
 }
 
-bool ChildProcess::AwaitEnd(std::chrono::milliseconds patience) {
+bool ChildProcess::AwaitEnd(std::chrono::milliseconds patience,
+                            const std::function<void()>& meanwhile) {
+  constexpr std::chrono::milliseconds kLook(100);
   pollfd waited{pidfd_.get(), POLLIN, 0};
   const auto end = std::chrono::steady_clock::now() + patience;
   while (!HasEnded()) {
@@ -157,7 +160,8 @@ bool ChildProcess::AwaitEnd(std::chrono::milliseconds patience) {
       Reap(0);
       return false;
     }
-    poll(&waited, 1, static_cast<int>(left.count()));
+    poll(&waited, 1, static_cast<int>((meanwhile ? std::min(left, kLook) : left).count()));
+    if (meanwhile) meanwhile();
   }
   return true;
 }

@@ -49,8 +49,9 @@ class ChildProcess {
   int end_fd() const { return pidfd_.get(); }
   // Whether it has ended; then EndText and ended_well tell how.
   bool HasEnded();
-  // Waits for the end so long, then kills. True when that was not needed.
-  bool AwaitEnd(std::chrono::milliseconds patience);
+  // Waits for the end so long, then kills. True when that was not needed. Meanwhile `meanwhile` is
+  // called, several times a second.
+  bool AwaitEnd(std::chrono::milliseconds patience, const std::function<void()>& meanwhile = {});
 
   // "ended with status 1", "was killed by signal 9 (Killed)".
   std::string EndText() const;

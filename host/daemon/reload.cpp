@@ -107,7 +107,9 @@ void Supervisor::HandIntakeOver(Moment cut) {
   page_->daemon.handover_seconds.Set(static_cast<std::uint64_t>(cut.seconds));
   page_->daemon.handover_nanoseconds.Set(cut.nanoseconds);
   intake_->Signal(HandOverSignal());
-  if (!intake_->AwaitEnd(kHandOverPatience) || !intake_->ended_well()) {
+  const auto begin = Clock::now();
+  const auto meanwhile = [&] { ExcuseWatchdog(begin); };
+  if (!intake_->AwaitEnd(kHandOverPatience, meanwhile) || !intake_->ended_well()) {
     WriteLog(kFailureLevel,
              fmt::format("{}, when it was to hand over, {}", intake_->name(), intake_->EndText()));
   }

@@ -138,7 +138,12 @@ Supervisor::Child Supervisor::StartQueries(const Configuration& configuration, O
 
 Supervisor::Child Supervisor::StartChild(const Name& name, const ChildProcess::Work& work) {
   auto child = std::make_unique<ChildProcess>(name.text, name.shown, work);
-  if (const auto reason = child->AwaitReady(StopIsAsked); reason) {
+  const auto begin = Clock::now();
+  const auto reason = child->AwaitReady([&] {
+    ExcuseWatchdog(begin);
+    return StopIsAsked();
+  });
+  if (reason) {
     throw std::runtime_error(*reason);
   }
   return child;
@@ -258,6 +263,15 @@ void Supervisor::FeedWatchdog() {
   }
   const auto& beats = intake_ ? page_->daemon.intake_beats : page_->daemon.query_beats;
   if (watchdog_->Look(now, beats.Get())) {
+    manager_.FeedWatchdog();
+  }
+}
+
+void Supervisor::ExcuseWatchdog(Clock::time_point begin) {
+  constexpr std::chrono::seconds kLongest(120);  // a full journal on a slow disk is copied in that
+  const auto now = Clock::now();
+  if (watchdog_ && now >= watchdog_->due() && now - begin < kLongest) {
+    watchdog_->Excuse(now);
     manager_.FeedWatchdog();
   }
 }

@@ -63,7 +63,7 @@ class Supervisor {
   Child StartIntake(const Configuration& configuration, Opened& opened,
                     std::optional<Moment> since);
   Child StartQueries(const Configuration& configuration, Opened& opened);
-  static Child StartChild(const Name& name, const ChildProcess::Work& work);
+  Child StartChild(const Name& name, const ChildProcess::Work& work);
   std::chrono::milliseconds Beat() const;
 
   void Turn();
@@ -75,6 +75,8 @@ class Supervisor {
   void QueriesEnded();
   void RestartQueries();
   void FeedWatchdog();
+  // Feeds it while the supervisor waits for another process, since `begin`; not for ever.
+  void ExcuseWatchdog(Clock::time_point begin);
 
   void Reload();
   void ReloadFailed(const char* why) const;

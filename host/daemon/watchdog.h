@@ -17,6 +17,8 @@ class Watchdog {
   Clock::time_point due() const { return due_; }
   // At or after due(): whether to feed. `beats` counts the turns of the loop.
   bool Look(Clock::time_point now, std::uint64_t beats);
+  // At or after due(), while the loop is known to stand still for a good reason: feed all the same.
+  void Excuse(Clock::time_point now) { due_ = now + interval_; }
   // At least how often the loop has to turn for that.
   std::chrono::milliseconds beat() const;
 

@@ -79,6 +79,22 @@ TEST_F(ServiceTest, WatchdogIsFedOnlyWhileIntakeTurns) {
   EXPECT_TRUE(manager_.Hears("WATCHDOG=1")) << "it turns again";
 }
 
+// A journal that is full and on a slow disk takes a while to be handed over.
+TEST_F(ServiceTest, WatchdogIsFedWhileAReloadWaitsForIntake) {
+  Start({.variables = {manager_.variable(), "WATCHDOG_USEC=200000"},
+         .descriptors = {},
+         .descriptor_names = {}});
+  daemon_->SignalIntake(SIGSTOP);
+  place_.Configure("[[log_group]]\ngroup = 7\n");
+  daemon_->program().Signal(SIGHUP);
+  ASSERT_TRUE(manager_.Hears("RELOADING=1"));
+  manager_.ForgetSayings();
+  EXPECT_TRUE(Eventually([&] { return manager_.Heard("WATCHDOG=1") >= 5; }));
+  EXPECT_EQ(manager_.Heard("READY=1"), 0u);
+  daemon_->SignalIntake(SIGCONT);
+  EXPECT_TRUE(manager_.Hears("READY=1"));
+}
+
 TEST_F(ServiceTest, WatchdogIsFedUnderAFlood) {
   Start({.variables = {manager_.variable(), "WATCHDOG_USEC=2000000"},
          .descriptors = {},
