@@ -1,6 +1,7 @@
 #include "host/printing/cell_text.h"
 
 #include <fmt/format.h>
+#include <iterator>
 
 #include "host/printing/address_text.h"
 #include "host/printing/safe_text.h"
@@ -29,6 +30,11 @@ void AppendNumber(std::uint64_t number, std::string* text) {
   text->append(digits.data(), digits.size());
 }
 
+void AppendShare(std::uint64_t ten_thousandths, std::string* text) {
+  fmt::format_to(std::back_inserter(*text), "{}.{:04}", ten_thousandths / 10000,
+                 ten_thousandths % 10000);
+}
+
 // What people and programs are told alike.
 void CellText::AppendAlike(const Cell& cell, std::string* text) {
   switch (cell.kind) {
@@ -53,6 +59,8 @@ void CellText::AppendForPeople(const Cell& cell, std::string* text) {
     times_.Append(static_cast<std::int64_t>(cell.number), text);
   } else if (cell.kind == CellKind::kDuration) {
     text->append(DurationText(cell.number));
+  } else if (cell.kind == CellKind::kShare) {
+    fmt::format_to(std::back_inserter(*text), "{}.{:02}%", cell.number / 100, cell.number % 100);
   } else {
     AppendAlike(cell, text);
   }
@@ -62,6 +70,8 @@ void CellText::AppendForPrograms(const Cell& cell, std::string* text) {
   if (SaysNothing(cell)) return;
   if (cell.kind == CellKind::kTime) {
     times_.AppendRfc3339(static_cast<std::int64_t>(cell.number), text);
+  } else if (cell.kind == CellKind::kShare) {
+    AppendShare(cell.number, text);
   } else {
     AppendAlike(cell, text);
   }

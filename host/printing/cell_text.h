@@ -28,5 +28,7 @@ class CellText {
 };
 
 void AppendNumber(std::uint64_t number, std::string* text);
+// "0.1234".
+void AppendShare(std::uint64_t ten_thousandths, std::string* text);
 
 }  // namespace packetdb::host

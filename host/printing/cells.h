@@ -18,6 +18,7 @@ enum class CellKind {
   kAddress,   // IPv4, host byte order
   kNamed,     // a number and what it is called, if it has a name
   kList,      // words, and the number that they say
+  kShare,     // of a whole, in ten thousandths
 };
 
 struct Cell {
@@ -37,6 +38,7 @@ struct Cell {
   static Cell Named(std::uint64_t number, std::string name) {
     return {CellKind::kNamed, Colour::kNone, number, std::move(name), {}};
   }
+  static Cell Share(std::uint64_t ten_thousandths) { return Of(CellKind::kShare, ten_thousandths); }
   static Cell List(std::uint64_t number, std::vector<std::string> words) {
     return {CellKind::kList, Colour::kNone, number, {}, std::move(words)};
   }

@@ -69,7 +69,8 @@ void JsonTable::AddMembers(const Keys& keys, const Cell& cell) {
   if (!keys.text.empty() && HasWords(cell)) AddValue(keys.text, cell);
   if (!keys.number.empty() && cell.kind != CellKind::kText) {
     output_.text().append(keys.number);
-    AppendNumber(cell.number, &output_.text());
+    cell.kind == CellKind::kShare ? AppendShare(cell.number, &output_.text())
+                                  : AppendNumber(cell.number, &output_.text());
     output_.text().push_back(',');
   }
 }
