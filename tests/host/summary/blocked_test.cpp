@@ -54,7 +54,8 @@ TEST_F(BlockedTest, OneThatWantedToGoToManyIsOneLine) {
 
 TEST_F(BlockedTest, SeveralDestinationsStaySeveralInTheFile) {
   std::vector<Row> rows;
-  for (const std::uint8_t host : {1, 2, 3, 1, 2, 3, 1}) rows.push_back(RowFrom(host, 22, host));
+  for (const std::uint32_t host : {1U, 2U, 3U, 1U, 2U, 3U, 1U})
+    rows.push_back(RowFrom(host, 22, host));
   rows[3].event.m_DstIp = 1;
   BlockedOptions options;
   options.most_keys = 1;
