@@ -1,7 +1,6 @@
 #include "host/summary/bins.h"
 
 #include "host/times/calendar.h"
-#include "host/times/zone.h"
 
 namespace packetdb::host {
 namespace {
@@ -15,27 +14,37 @@ std::int64_t FlooredTo(std::int64_t step, std::int64_t number) {
 
 }  // namespace
 
+std::int64_t Bins::ClockStart(std::int64_t moment) {
+  return FlooredTo(seconds_, moment + OffsetOf(moment) - kMonday) + kMonday;
+}
+
 std::int64_t Bins::StartOf(std::int64_t moment) {
   const std::int64_t offset = OffsetOf(moment);
-  const std::int64_t clock = FlooredTo(seconds_, moment + offset - kMonday) + kMonday;
+  const std::int64_t clock = ClockStart(moment);
   const std::int64_t start = clock - offset;
-  // Where clocks were moved since the start, they showed this at another moment.
-  return OffsetOf(start) == offset ? start : MomentOf(clock);
+  if (OffsetOf(start) == offset) return start;
+  // Clocks were moved since. The bin reaches over that, or begins there.
+  const std::int64_t change = ChangeBetween(start, moment);
+  return ClockStart(change - 1) == clock ? StartOf(change - 1) : change;
 }
 
 std::int64_t Bins::NextStart(std::int64_t start) {
   std::int64_t in_next = start + seconds_;
-  if (StartOf(in_next) == in_next) return in_next;
   while (StartOf(in_next) <= start) in_next += seconds_;
-  return StartOf(in_next);
+  std::int64_t next = StartOf(in_next);
+  // One that is cut short may lie in between.
+  while (StartOf(next - 1) > start) next = StartOf(next - 1);
+  return next;
 }
 
-std::int64_t Bins::MomentOf(std::int64_t clock_seconds) {
-  if (clock_seconds != asked_clock_) {
-    asked_clock_ = clock_seconds;
-    asked_moment_ = LocalMoment(clock_seconds);
+// The first moment with the offset of the second.
+std::int64_t Bins::ChangeBetween(std::int64_t before, std::int64_t after) {
+  const std::int64_t offset = OffsetOf(after);
+  while (after - before > 1) {
+    const std::int64_t middle = before + (after - before) / 2;
+    (OffsetOf(middle) == offset ? after : before) = middle;
   }
-  return asked_moment_;
+  return after;
 }
 
 }  // namespace packetdb::host

@@ -25,14 +25,12 @@ class Bins {
 
  private:
   std::int64_t OffsetOf(std::int64_t moment) { return utc_ ? 0 : clock_.At(moment).offset; }
-  std::int64_t MomentOf(std::int64_t clock_seconds);
+  std::int64_t ClockStart(std::int64_t moment);  // what clocks show when its bin begins
+  std::int64_t ChangeBetween(std::int64_t before, std::int64_t after);
 
   std::int64_t seconds_;
   bool utc_;
   LocalClock clock_;
-  // The last answer of MomentOf, which is slow, for rows of one bin.
-  std::int64_t asked_clock_ = INT64_MIN;
-  std::int64_t asked_moment_ = 0;
 };
 
 }  // namespace packetdb::host

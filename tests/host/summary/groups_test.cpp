@@ -1,9 +1,11 @@
 #include "host/summary/groups.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <map>
+#include <tuple>
 
 #include "host/summary/group_by.h"
 #include "tests/host/summary/summary_rows.h"

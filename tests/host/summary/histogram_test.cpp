@@ -21,7 +21,7 @@ class HistogramTest : public testing::Test {
   }
 
   const TimeZone zone_{"UTC0"};
-  HistogramOptions options_{.bin_seconds = 300, .bar_width = 8};
+  HistogramOptions options_{.bin_seconds = 300, .by = {}, .bar_width = 8};
   const std::vector<Row> rows_{RowFrom(7, 443, 8, 10), RowFrom(8, 443, 2, 899),
                                RowFrom(9, 22, 2, 600)};
 };

@@ -28,7 +28,7 @@ std::string HistogramInJson() {
   HistogramOptions options;
   options.bin_seconds = 31557600;
   options.by = EveryField();
-  options.most_values = 2;
+  options.most_values = 4;
   return InJson<Histogram>(options);
 }
 

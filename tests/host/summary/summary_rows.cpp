@@ -6,7 +6,7 @@
 
 namespace packetdb::host::test {
 
-Row RowFrom(std::uint8_t host, std::uint16_t port, std::uint32_t packets, std::uint32_t seconds) {
+Row RowFrom(std::uint32_t host, std::uint16_t port, std::uint32_t packets, std::uint32_t seconds) {
   Row row = DroppedRow();
   row.event.m_SrcIp = 0x0A000000U + host;
   row.event.m_DstPort = port;
@@ -19,19 +19,22 @@ Row RowFrom(std::uint8_t host, std::uint16_t port, std::uint32_t packets, std::u
 std::vector<Row> RandomRows(std::size_t count, unsigned seed) {
   constexpr std::string_view kInterfaces[] = {"wan", "lan", "", "eth0"};
   std::mt19937 random(seed);
+  const auto below = [&](std::uint32_t limit) {
+    return static_cast<std::uint32_t>(random() % limit);
+  };
   std::vector<Row> rows;
   while (rows.size() < count) {
     Row row;
-    row.event.m_SrcIp = random() % 30 * 0x01010101U;
-    row.event.m_DstIp = random() % 3;
-    row.event.m_DstPort = static_cast<std::uint16_t>(random() % 5 * 13000);
-    row.event.m_Protocol = random() % 2 == 0 ? 6 : 17;
-    row.event.m_Flags = random() % 2 == 0 ? kFlagDropped : 3U << kRuleShift;
-    row.event.m_Count = static_cast<std::uint32_t>(random());
-    row.event.m_PacketSize = static_cast<std::uint32_t>(random());
-    row.event.m_FirstTime = static_cast<std::uint32_t>(random() % 1'000'000);
-    row.event.m_LastTime = row.event.m_FirstTime + static_cast<std::uint32_t>(random() % 60);
-    row.interface = kInterfaces[random() % 4];
+    row.event.m_SrcIp = below(30) * 0x01010101U;
+    row.event.m_DstIp = below(3);
+    row.event.m_DstPort = static_cast<std::uint16_t>(below(5) * 13000);
+    row.event.m_Protocol = below(2) == 0 ? 6 : 17;
+    row.event.m_Flags = below(2) == 0 ? kFlagDropped : 3U << kRuleShift;
+    row.event.m_Count = below(UINT32_MAX);
+    row.event.m_PacketSize = below(UINT32_MAX);
+    row.event.m_FirstTime = below(1'000'000);
+    row.event.m_LastTime = row.event.m_FirstTime + below(60);
+    row.interface = kInterfaces[below(4)];
     rows.push_back(row);
   }
   return rows;

@@ -11,7 +11,7 @@ namespace packetdb::host::test {
 
 // One that was dropped from 10.0.0.`host` to 192.168.1.1:`port` by TCP in a second since 1980, with
 // so many packets of 60 bytes.
-Row RowFrom(std::uint8_t host, std::uint16_t port, std::uint32_t packets,
+Row RowFrom(std::uint32_t host, std::uint16_t port, std::uint32_t packets,
             std::uint32_t seconds = 0);
 
 // What a summary that has its options prints of rows.

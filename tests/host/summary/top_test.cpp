@@ -44,7 +44,7 @@ TEST_F(TopTest, HasNoMoreThanAreAskedForAndSharesOfAll) {
 
 TEST_F(TopTest, OfThoseWithTheSameSumTheLowestKeysAreTaken) {
   std::vector<Row> rows;
-  for (const std::uint8_t host : {9, 3, 7, 5}) rows.push_back(RowFrom(host, 443, 1));
+  for (const std::uint32_t host : {9U, 3U, 7U, 5U}) rows.push_back(RowFrom(host, 443, 1));
   EXPECT_EQ(TopOf(rows, "src", "template={src}", SumKind::kCount, 2), "10.0.0.3\n10.0.0.5\n");
 }
 
@@ -84,14 +84,6 @@ TEST_F(TopTest, TellsApartWhatTheFlagsSayInTheFieldsThatSayIt) {
   EXPECT_EQ(TopOf(rows, "verdict,dir,rule", "template={verdict} {dir} {rule}"),
             "rejected fwd 5\ndropped in -\n");
   EXPECT_EQ(TopOf(rows, "flags", "template={flags}"), "in+out+rejected\nin+dropped\n");
-}
-
-TEST_F(TopTest, RuleIsCalledWhatItsNumberMeantWhenItWasLastSeen) {
-  Row row = RowFrom(7, 443, 1, 0);
-  row.event.m_Flags |= 2U << kRuleShift;
-  EXPECT_EQ(TopOf({row}, "rule", "template={rule}"), "2\n");
-  row.event.m_LastTime = 1763719260 - TIME_1980_OFFSET;
-  EXPECT_EQ(TopOf({row}, "rule", "template={rule}"), "a\\nb\\x1b[31m \n");
 }
 
 TEST_F(TopTest, OfNoRowsIsAHeadOnly) {
