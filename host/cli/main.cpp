@@ -11,9 +11,11 @@
 #include "host/cli/examine_options.h"
 #include "host/cli/import_options.h"
 #include "host/cli/query_options.h"
+#include "host/cli/question_options.h"
 #include "host/cli/report.h"
 #include "host/cli/rules_options.h"
 #include "host/cli/status_options.h"
+#include "host/cli/summary_options.h"
 #include "host/cli/usage_error.h"
 #include "host/log/log.h"
 #include "host/log/standard_streams.h"
@@ -28,6 +30,10 @@ struct Command {
 
 struct Options {
   QueryOptions query;
+  SummaryOptions top;
+  SummaryOptions group_by;
+  SummaryOptions histogram;
+  SummaryOptions blocked;
   ImportOptions import;
   ConvertOptions convert;
   InfoOptions info;
@@ -38,13 +44,30 @@ struct Options {
   RulesOptions rules;
 };
 
+using AddSummaryCommand = CLI::App* (*)(CLI::App& app, SummaryOptions& options);
+
+void AddSummaries(CLI::App& app, Options& options, std::vector<Command>& commands) {
+  const auto add = [&](Summary summary, AddSummaryCommand command, SummaryOptions& own) {
+    const auto* const added = command(app, own);
+    commands.push_back({added, [added, summary, &own] {
+                          RefuseEmptyValues(*added, own.question);
+                          return RunSummary(summary, own);
+                        }});
+  };
+  add(Summary::kTop, AddTop, options.top);
+  add(Summary::kGroupBy, AddGroupBy, options.group_by);
+  add(Summary::kHistogram, AddHistogram, options.histogram);
+  add(Summary::kBlocked, AddBlocked, options.blocked);
+}
+
 std::vector<Command> AddCommands(CLI::App& app, Options& options) {
   std::vector<Command> commands;
   const auto* const query = AddQuery(app, options.query);
   commands.push_back({query, [query, &options] {
-                        RefuseEmptyValues(*query, options.query);
+                        RefuseEmptyValues(*query, options.query.question);
                         return RunQuery(options.query);
                       }});
+  AddSummaries(app, options, commands);
   commands.push_back(
       {AddImport(app, options.import), [&options] { return RunImport(options.import); }});
   commands.push_back(
@@ -97,9 +120,8 @@ ExitCode Run(int argc, char** argv) {
     }
   }
   throw UsageError(
-      "no command given: give info, check, dump, convert, status, journals, query, import or "
-      "rules; "
-      "see packetdb --help");
+      "no command given: give query, top, group-by, histogram, blocked, status, journals, info, "
+      "check, dump, convert, import or rules; see packetdb --help");
 }
 
 }  // namespace

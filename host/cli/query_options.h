@@ -12,8 +12,4 @@ namespace packetdb::host {
 // Adds the subcommand, which fills `options` when the command line is parsed.
 CLI::App* AddQuery(CLI::App& app, QueryOptions& options);
 
-// An option whose value is empty was meant to say something: "$HOST" of a script, say. Throws
-// UsageError for the first one on the parsed command line.
-void RefuseEmptyValues(const CLI::App& query, const QueryOptions& options);
-
 }  // namespace packetdb::host

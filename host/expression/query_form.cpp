@@ -185,7 +185,7 @@ std::vector<std::uint32_t> MasksOf(std::uint32_t flags) {
   return masks;
 }
 
-Node FlagTerm(std::uint32_t mask) {
+Node MaskNode(std::uint32_t mask) {
   return MakeTerm({Field::kFlag, Side::kEither, 0, {{{{mask, mask}}, ""}}});
 }
 
@@ -197,8 +197,8 @@ std::vector<Node> FlagTerms(std::uint32_t wanted, std::uint32_t unwanted) {
     wanted &= ~kRuleMask;
     unwanted &= ~kRuleMask;
   }
-  for (const std::uint32_t mask : MasksOf(wanted)) terms.push_back(FlagTerm(mask));
-  for (const std::uint32_t mask : MasksOf(unwanted)) terms.push_back(Not(FlagTerm(mask)));
+  for (const std::uint32_t mask : MasksOf(wanted)) terms.push_back(MaskNode(mask));
+  for (const std::uint32_t mask : MasksOf(unwanted)) terms.push_back(Not(MaskNode(mask)));
   return terms;
 }
 

@@ -25,7 +25,7 @@ std::size_t SizeOf(unsigned char first) {
 
 // The first character of a text that is not empty.
 Character FirstOf(std::string_view text) {
-  constexpr std::uint32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+  constexpr std::uint32_t kLeastOfSize[] = {0, 0, 0x80, 0x800, 0x10000};
   const auto first = static_cast<unsigned char>(text.front());
   const std::size_t size = SizeOf(first);
   if (size <= 1) return {first, size};
@@ -36,8 +36,8 @@ Character FirstOf(std::string_view text) {
     code = code << 6 | (static_cast<unsigned char>(text[at]) & 0x3FU);
   }
   const bool is_surrogate = code >= 0xD800 && code <= 0xDFFF;
-  return code < kLeast[size] || code > 0x10FFFF || is_surrogate ? Character{}
-                                                                : Character{code, size};
+  return code < kLeastOfSize[size] || code > 0x10FFFF || is_surrogate ? Character{}
+                                                                      : Character{code, size};
 }
 
 // Control characters, some of which begin sequences that terminals obey, and those of Unicode that

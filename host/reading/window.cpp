@@ -4,7 +4,7 @@
 
 namespace packetdb::host {
 
-ReadResult Window::Fill(const WindowRange& range, std::uint32_t limit) {
+ReadResult RowWindow::Fill(const WindowRange& range, std::uint32_t limit) {
   rows_.clear();
   came_ = 0;
   newest_ = 0;
@@ -25,7 +25,7 @@ ReadResult Window::Fill(const WindowRange& range, std::uint32_t limit) {
   return result;
 }
 
-bool Window::Take(const Row& row, const WindowRange& range) {
+bool RowWindow::Take(const Row& row, const WindowRange& range) {
   const std::int64_t first = FirstSeen(row);
   newest_ = std::max(newest_, first);
   ++came_;

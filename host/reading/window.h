@@ -31,9 +31,9 @@ struct WindowRange {
   std::int64_t own_from() const { return is_oldest ? kOpen : from; }
 };
 
-class Window {
+class RowWindow {
  public:
-  explicit Window(const WindowRequest& request) : request_(request) {}
+  explicit RowWindow(const WindowRequest& request) : request_(request) {}
 
   // Asks for the newest `limit` rows that were seen in the range. Where the limit cut rows of the
   // window off, cut_at of the result says so; otherwise it is empty.

@@ -119,7 +119,7 @@ class WindowWalk {
   std::int64_t oldest_;  // first-seen times of the journal's records, as far as they are known
   std::int64_t newest_;
   bool is_complete_ = false;
-  Window window_;
+  RowWindow window_;
 
  private:
   bool TryLess(const WindowRange& asked, const ReadResult& result) {

@@ -42,7 +42,7 @@ SourceReport ReportOf(const SourceStatus& row) {
 
 }  // namespace
 
-std::optional<DaemonFacts> DaemonFactsOf(const StatusPage& page, const Moment& now) {
+std::optional<DaemonFacts> DaemonFactsOf(const StatusPage& page, const ReportMoment& now) {
   const DaemonStatus& row = page.daemon;
   if (row.started_unix.Get() == 0) return std::nullopt;
   DaemonFacts facts;

@@ -8,7 +8,7 @@
 namespace packetdb::host {
 
 // None when the daemon has not filled in its start, as where nobody supervises.
-std::optional<DaemonFacts> DaemonFactsOf(const StatusPage& page, const Moment& now);
+std::optional<DaemonFacts> DaemonFactsOf(const StatusPage& page, const ReportMoment& now);
 ClientFacts ClientFactsOf(const StatusPage& page);
 RuleFacts RuleFactsOf(const StatusPage& page);
 

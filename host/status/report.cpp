@@ -61,7 +61,7 @@ JournalReport& JournalNamed(const std::string& name, DaemonReport* report) {
   return *journals.insert(place, {.name = name, .file = {}, .activity = {}});
 }
 
-void AddPage(const StatusPage& page, const Moment& now, DaemonReport* report) {
+void AddPage(const StatusPage& page, const ReportMoment& now, DaemonReport* report) {
   report->daemon = DaemonFactsOf(page, now);
   report->clients = ClientFactsOf(page);
   report->rules = RuleFactsOf(page);
@@ -77,7 +77,7 @@ void AddPage(const StatusPage& page, const Moment& now, DaemonReport* report) {
 
 }  // namespace
 
-Moment Moment::Now() {
+ReportMoment ReportMoment::Now() {
   timespec since_boot = {};
   clock_gettime(CLOCK_BOOTTIME, &since_boot);
   return {std::time(nullptr), static_cast<std::uint64_t>(since_boot.tv_sec)};
@@ -89,7 +89,8 @@ std::uint64_t SourceReport::Skipped() const {
       [](std::uint64_t sum, const CountedReason& reason) { return sum + reason.count; });
 }
 
-DaemonReport MakeReport(const StatusPage* page, const std::string& directory, const Moment& now) {
+DaemonReport MakeReport(const StatusPage* page, const std::string& directory,
+                        const ReportMoment& now) {
   DaemonReport report;
   report.versions = OurVersions();
   report.now = now.unix_seconds;

@@ -15,11 +15,11 @@
 namespace packetdb::host {
 
 // When a report is made.
-struct Moment {
+struct ReportMoment {
   std::int64_t unix_seconds = 0;
   std::uint64_t boottime_seconds = 0;  // of CLOCK_BOOTTIME
 
-  static Moment Now();
+  static ReportMoment Now();
 };
 
 struct Versions {
@@ -126,6 +126,7 @@ struct DaemonReport {
 
 // Looks at the journals of `directory` and then at the page, which may be null. Whatever is wrong
 // with the journals becomes a problem of the report.
-DaemonReport MakeReport(const StatusPage* page, const std::string& directory, const Moment& now);
+DaemonReport MakeReport(const StatusPage* page, const std::string& directory,
+                        const ReportMoment& now);
 
 }  // namespace packetdb::host

@@ -12,7 +12,7 @@ StatusCommand::StatusCommand(const StatusPage* page, std::string directory)
     : page_(page), directory_(std::move(directory)) {}
 
 int StatusCommand::call(CAbstractPacketOptions* message) {
-  return SendTextRows(*message, StatusRows(MakeReport(page_, directory_, Moment::Now())));
+  return SendTextRows(*message, StatusRows(MakeReport(page_, directory_, ReportMoment::Now())));
 }
 
 const char* StatusCommand::desc() const { return "telling how the daemon is doing"; }
@@ -24,7 +24,7 @@ UdbDispatcher::IUdbCallback* StatusCommand::Clone() const {
 JournalsCommand::JournalsCommand(std::string directory) : directory_(std::move(directory)) {}
 
 int JournalsCommand::call(CAbstractPacketOptions* message) {
-  return SendTextRows(*message, JournalRows(MakeReport(nullptr, directory_, Moment::Now())));
+  return SendTextRows(*message, JournalRows(MakeReport(nullptr, directory_, ReportMoment::Now())));
 }
 
 const char* JournalsCommand::desc() const { return "listing the journals and their interfaces"; }

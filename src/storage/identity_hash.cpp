@@ -103,11 +103,12 @@ void IdentityHash::Insert(CLinkedDrvErrorItem* node) {
 // Nodes behind it that would lie nearer to their places move up, so that a search may end at the
 // first free slot.
 void IdentityHash::Erase(const PacketDbItem& item) {
-  Slot* hole = SlotOf(item);
+  const Slot* const hole = SlotOf(item);
   if (hole == nullptr) {
     return;
   }
-  std::size_t next = hole - m_Slots;
+  auto at_hole = static_cast<std::size_t>(hole - m_Slots);
+  std::size_t next = at_hole;
   for (;;) {
     next = (next + 1) & m_Mask;
     Slot& slot = m_Slots[next];
@@ -115,13 +116,13 @@ void IdentityHash::Erase(const PacketDbItem& item) {
       break;
     }
     const std::size_t from_home = (next - slot.hash) & m_Mask;
-    const std::size_t from_hole = (next - (hole - m_Slots)) & m_Mask;
+    const std::size_t from_hole = (next - at_hole) & m_Mask;
     if (from_home >= from_hole) {
-      *hole = slot;
-      hole = &slot;
+      m_Slots[at_hole] = slot;
+      at_hole = next;
     }
   }
-  hole->node = nullptr;
+  m_Slots[at_hole].node = nullptr;
   --m_Used;
 }
 

@@ -75,7 +75,7 @@ bool IdentityOrder::Before(const Entry& a, const Entry& b) {
 
 std::size_t IdentityOrder::LowerBound(const Page& page, const Entry& key) {
   const auto* const begin = page.entries.data();
-  return std::lower_bound(begin, begin + page.count, key, Before) - begin;
+  return static_cast<std::size_t>(std::lower_bound(begin, begin + page.count, key, Before) - begin);
 }
 
 IdentityOrder::Page* IdentityOrder::NewPage(bool is_leaf) {

@@ -19,7 +19,7 @@ class QueryCommand : public testing::Test {
 };
 
 TEST_F(QueryCommand, RefusesAnUnknownOutputFormatBeforeItConnects) {
-  options_.output = "xml";
+  options_.print.output = "xml";
   EXPECT_THROW(RunQuery(options_), UsageError);
 }
 

@@ -26,7 +26,7 @@ class Report : public testing::Test {
 
   const TempDir directory_;
   const StatusPagePtr page_ = MakeStatusPage();
-  Moment now_ = Moment::Now();
+  ReportMoment now_ = ReportMoment::Now();
 };
 
 TEST_F(Report, NamesTheVersions) {
