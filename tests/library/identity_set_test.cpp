@@ -64,7 +64,7 @@ TEST(IdentityOrderTest, HoldsWhatASetHolds) {
 
 TEST(IdentityOrderTest, CanBeEmptiedInAnyOrder) {
   auto nodes = ManyNodes(2000);
-  for (const std::size_t stride : {1, 7, 1999}) {
+  for (const std::size_t stride : {1U, 7U, 1999U}) {
     IdentityOrder order;
     for (CLinkedDrvErrorItem& node : nodes) ASSERT_TRUE(order.Insert(&node));
     for (std::uint32_t i = 0; i < nodes.size(); ++i) {

@@ -24,7 +24,7 @@ TEST_F(ALimitedLog, TellsTheFirstAtOnceAndTheOthersAfterAMinute) {
 }
 
 TEST_F(ALimitedLog, CatchesUpOnWhatHadToWait) {
-  for (const std::uint64_t events : {0, 5, 7, 0}) {
+  for (const std::uint64_t events : {0U, 5U, 7U, 0U}) {
     log_.Tell(1000, "nflog:5", "lost", "no room", events);
   }
   log_.Tell(1060, "nflog:5", "lost", "no room", 0);
