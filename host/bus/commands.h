@@ -7,11 +7,11 @@ namespace packetdb::host {
 // selected nothing. Otherwise 0 and a table of one row, whose column holds the reason as text.
 inline constexpr int kCommandExplain = 200;
 inline constexpr unsigned int kColumnReason = 1;
-// Beside the reason, for programs: an integer of 4 bytes, one of Refusal. Daemons before this one
-// send none.
+// Beside the reason, for programs: an integer of 4 bytes, one of QueryRefusal. Daemons before this
+// one send none.
 inline constexpr unsigned int kColumnRefusal = 2;
 
-enum class Refusal : int {
+enum class QueryRefusal : int {
   kOther = 0,
   kNoSuchName = 1,
   kTooManyRows = 2,  // than this client gets in one answer

@@ -61,7 +61,7 @@ std::string WhyNotServed(const OpenJournals& journals, const std::string& name) 
   return reason;
 }
 
-bool SendReason(CAbstractPacketOptions& message, const std::string& text, Refusal refusal) {
+bool SendReason(CAbstractPacketOptions& message, const std::string& text, QueryRefusal refusal) {
   constexpr int kNotAnnounced = -1;
   constexpr int kMarkerFollows = 1;
   message.SetKind(kKindAnswer);
@@ -88,7 +88,7 @@ int JournalCommand::call(CAbstractPacketOptions* message) {
     return Serve(message);
   } catch (const std::exception& error) {
     WriteLog(kFailureLevel, error.what());
-    Refuse(Refusal::kNoAnswer, error.what());
+    Refuse(QueryRefusal::kNoAnswer, error.what());
     return kCallFailed;
   }
 }
@@ -119,10 +119,10 @@ int JournalCommand::ServeOnce(CAbstractPacketOptions& message) {
   for (const std::string& problem : journals.problems()) {
     WriteLog(kNoticeLevel, problem);
   }
-  Refuse(Refusal::kNoSuchName, WhyNotServed(journals, NameAskedFor(message)));
+  Refuse(QueryRefusal::kNoSuchName, WhyNotServed(journals, NameAskedFor(message)));
   const int status = Answer(journals, message);
   if (status < 0) {
-    Refuse(Refusal::kNoAnswer,
+    Refuse(QueryRefusal::kNoAnswer,
            "the journal could not be read, or the answer was too large for the memory "
            "that a query may use");
   }
@@ -143,7 +143,7 @@ int JournalCommand::Answer(const OpenJournals& journals, CAbstractPacketOptions&
   try {
     library.SelectRecords(query, selection);
     if (selection.size() > state_->row_limit) {
-      Refuse(Refusal::kTooManyRows, TooManyRows(state_->row_limit));
+      Refuse(QueryRefusal::kTooManyRows, TooManyRows(state_->row_limit));
       WriteLog(kFailureLevel, state_->failure);
       selection.clear();
     }
@@ -157,7 +157,7 @@ int JournalCommand::Answer(const OpenJournals& journals, CAbstractPacketOptions&
 }
 
 // Without a reason, nothing is refused.
-void JournalCommand::Refuse(Refusal refusal, const std::string& reason) {
+void JournalCommand::Refuse(QueryRefusal refusal, const std::string& reason) {
   state_->failure = reason;
   state_->refusal = refusal;
 }

@@ -12,9 +12,9 @@ namespace packetdb::host {
 
 // What the commands of one connection know of one another.
 struct ConnectionState {
-  std::string failure;                // why the last query failed; empty when it did not
-  Refusal refusal = Refusal::kOther;  // the same for programs; nothing without `failure`
-  unsigned int row_limit = 0;         // of an answer; 0: none
+  std::string failure;                          // why the last query failed; empty when it did not
+  QueryRefusal refusal = QueryRefusal::kOther;  // the same for programs; nothing without `failure`
+  unsigned int row_limit = 0;                   // of an answer; 0: none
 };
 
 // Opens the journals, lets the library answer, and closes them again: a journal that appeared since
@@ -34,7 +34,7 @@ class JournalCommand : public UdbDispatcher::IUdbCallback {
   int Serve(CAbstractPacketOptions* request);
   int ServeOnce(CAbstractPacketOptions& message);
   int Answer(const OpenJournals& journals, CAbstractPacketOptions& message);
-  void Refuse(Refusal refusal, const std::string& reason);
+  void Refuse(QueryRefusal refusal, const std::string& reason);
 
   std::string directory_;
   boost::shared_ptr<ConnectionState> state_;

@@ -8,7 +8,7 @@
 
 namespace packetdb::host {
 
-AlignedTable::AlignedTable(const PrintOptions& options, const std::vector<Column>& columns,
+AlignedTable::AlignedTable(const PrintOptions& options, const std::vector<PrintColumn>& columns,
                            std::FILE* out)
     : columns_(columns),
       terminal_(options.width),
@@ -16,7 +16,7 @@ AlignedTable::AlignedTable(const PrintOptions& options, const std::vector<Column
       cell_text_(options.utc),
       output_(out) {
   Line head;
-  for (const Column& column : columns) head.push_back({column.head});
+  for (const PrintColumn& column : columns) head.push_back({column.head});
   waiting_.push_back(std::move(head));
 }
 

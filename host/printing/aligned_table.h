@@ -11,7 +11,8 @@ namespace packetdb::host {
 // right; only on a terminal it is cut, where it may be.
 class AlignedTable : public TablePrinter {
  public:
-  AlignedTable(const PrintOptions& options, const std::vector<Column>& columns, std::FILE* out);
+  AlignedTable(const PrintOptions& options, const std::vector<PrintColumn>& columns,
+               std::FILE* out);
 
   void Add(std::span<const Cell> cells) override;
   void Flush() override;
@@ -27,7 +28,7 @@ class AlignedTable : public TablePrinter {
   void Settle();
   void Print(const Line& line);
 
-  std::vector<Column> columns_;
+  std::vector<PrintColumn> columns_;
   std::size_t terminal_;
   bool has_colour_;
   CellText cell_text_;

@@ -49,7 +49,7 @@ struct Cell {
   }
 };
 
-struct Column {
+struct PrintColumn {
   std::string name;         // in templates and in the heads of csv and tsv
   std::string head;         // above a table
   bool is_right = false;    // aligned to the right

@@ -11,13 +11,13 @@ namespace {
 constexpr std::size_t kGap = 2;
 constexpr std::size_t kLeast = 8;  // less of a text tells nothing
 
-bool CanGive(const Column& column, std::size_t width) {
+bool CanGive(const PrintColumn& column, std::size_t width) {
   return column.may_be_cut && width > std::max(kLeast, WidthOf(column.head));
 }
 
 }  // namespace
 
-std::vector<std::size_t> FittedWidths(const std::vector<Column>& columns,
+std::vector<std::size_t> FittedWidths(const std::vector<PrintColumn>& columns,
                                       std::vector<std::size_t> widths, std::size_t terminal) {
   std::size_t total = std::accumulate(widths.begin(), widths.end(), kGap * (widths.size() - 1));
   while (terminal != 0 && total > terminal) {

@@ -17,11 +17,11 @@ void Quote(std::size_t start, std::string* text) {
 
 }  // namespace
 
-DelimitedTable::DelimitedTable(const PrintOptions& options, const std::vector<Column>& columns,
+DelimitedTable::DelimitedTable(const PrintOptions& options, const std::vector<PrintColumn>& columns,
                                std::FILE* out)
     : format_(options.format), cell_text_(options.utc), output_(out) {
   if (format_ == PrintFormat::kRaw) return;
-  for (const Column& column : columns) {
+  for (const PrintColumn& column : columns) {
     const std::size_t start = output_.text().size();
     AppendSafe(column.name, &output_.text());
     EndCell(start, &column == &columns.back());

@@ -9,7 +9,8 @@ namespace packetdb::host {
 
 class DelimitedTable : public TablePrinter {
  public:
-  DelimitedTable(const PrintOptions& options, const std::vector<Column>& columns, std::FILE* out);
+  DelimitedTable(const PrintOptions& options, const std::vector<PrintColumn>& columns,
+                 std::FILE* out);
 
   void Add(std::span<const Cell> cells) override;
   void Flush() override { output_.Flush(); }

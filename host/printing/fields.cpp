@@ -176,7 +176,7 @@ std::vector<std::string> ParseFields(std::string_view list) {
   return fields;
 }
 
-Column ColumnOf(const Field& field) {
+PrintColumn ColumnOf(const Field& field) {
   const bool is_given = *field.text_key != '\0' || *field.number_key != '\0';
   return {field.name,
           field.head,

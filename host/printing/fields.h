@@ -18,7 +18,7 @@ struct Field {
   const char* meaning;  // one line, for help
   bool is_right;
   bool may_be_cut;
-  const char* text_key;  // of JSON, see Column; both empty: the field's name
+  const char* text_key;  // of JSON, see PrintColumn; both empty: the field's name
   const char* number_key;
   Cell (*cell)(const CDrvErrorItemV4& event, const Row& row, FieldNames& names);
 };
@@ -33,6 +33,6 @@ std::vector<const Field*> ChosenFields(const PrintOptions& options);
 // "src,dst,count" as names. Throws PrintError for a name that no field has, and for none.
 std::vector<std::string> ParseFields(std::string_view list);
 
-Column ColumnOf(const Field& field);
+PrintColumn ColumnOf(const Field& field);
 
 }  // namespace packetdb::host

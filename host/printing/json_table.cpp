@@ -38,10 +38,10 @@ bool HasWords(const Cell& cell) {
 
 }  // namespace
 
-JsonTable::JsonTable(const PrintOptions& options, const std::vector<Column>& columns,
+JsonTable::JsonTable(const PrintOptions& options, const std::vector<PrintColumn>& columns,
                      std::FILE* out)
     : is_array_(options.format == PrintFormat::kJson), cell_text_(options.utc), output_(out) {
-  for (const Column& column : columns) {
+  for (const PrintColumn& column : columns) {
     keys_.push_back({KeyText(column.text_key), KeyText(column.number_key)});
   }
 }

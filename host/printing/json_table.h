@@ -10,7 +10,7 @@ namespace packetdb::host {
 // Members that have nothing to say are left out.
 class JsonTable : public TablePrinter {
  public:
-  JsonTable(const PrintOptions& options, const std::vector<Column>& columns, std::FILE* out);
+  JsonTable(const PrintOptions& options, const std::vector<PrintColumn>& columns, std::FILE* out);
 
   void Add(std::span<const Cell> cells) override;
   void Flush() override { output_.Flush(); }

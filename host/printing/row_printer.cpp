@@ -6,8 +6,8 @@
 namespace packetdb::host {
 namespace {
 
-std::vector<Column> ColumnsOf(const std::vector<const Field*>& fields) {
-  std::vector<Column> columns;
+std::vector<PrintColumn> ColumnsOf(const std::vector<const Field*>& fields) {
+  std::vector<PrintColumn> columns;
   columns.reserve(fields.size());
   for (const Field* field : fields) columns.push_back(ColumnOf(*field));
   return columns;

@@ -8,7 +8,8 @@
 namespace packetdb::host {
 
 std::unique_ptr<TablePrinter> MakeTablePrinter(const PrintOptions& options,
-                                               const std::vector<Column>& columns, std::FILE* out) {
+                                               const std::vector<PrintColumn>& columns,
+                                               std::FILE* out) {
   switch (options.format) {
     case PrintFormat::kCsv:
     case PrintFormat::kTsv:

@@ -29,6 +29,7 @@ class TablePrinter {
 // those that it names. Throws PrintError for a template that makes no sense. `out` must outlive the
 // printer.
 std::unique_ptr<TablePrinter> MakeTablePrinter(const PrintOptions& options,
-                                               const std::vector<Column>& columns, std::FILE* out);
+                                               const std::vector<PrintColumn>& columns,
+                                               std::FILE* out);
 
 }  // namespace packetdb::host

@@ -16,7 +16,7 @@ std::size_t PaddingBefore(char alignment, std::size_t padding) {
 
 }  // namespace
 
-TemplateTable::TemplateTable(const PrintOptions& options, const std::vector<Column>& columns,
+TemplateTable::TemplateTable(const PrintOptions& options, const std::vector<PrintColumn>& columns,
                              std::FILE* out)
     : parts_(ParseTemplate(options.template_text)),
       has_colour_(options.colour),
@@ -24,7 +24,7 @@ TemplateTable::TemplateTable(const PrintOptions& options, const std::vector<Colu
       output_(out) {
   std::vector<std::string> names;
   names.reserve(columns.size());
-  for (const Column& column : columns) names.push_back(column.name);
+  for (const PrintColumn& column : columns) names.push_back(column.name);
   for (const TemplatePart& part : parts_) {
     if (!part.name.empty()) columns_.push_back(PlaceOfName(part.name, names));
   }

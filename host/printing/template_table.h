@@ -11,7 +11,8 @@ namespace packetdb::host {
 class TemplateTable : public TablePrinter {
  public:
   // Throws PrintError for a field that is no column.
-  TemplateTable(const PrintOptions& options, const std::vector<Column>& columns, std::FILE* out);
+  TemplateTable(const PrintOptions& options, const std::vector<PrintColumn>& columns,
+                std::FILE* out);
 
   void Add(std::span<const Cell> cells) override;
   void Flush() override { output_.Flush(); }

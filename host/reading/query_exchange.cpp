@@ -62,13 +62,13 @@ ReadResult TakeRows(const Query& query, Message& message, const Connection& conn
   return ExchangeFailed(UDB_QUERY_FAILED, message, connection);
 }
 
-ReadOutcome OutcomeOf(Refusal refusal) {
+ReadOutcome OutcomeOf(QueryRefusal refusal) {
   switch (refusal) {
-    case Refusal::kNoSuchName:
+    case QueryRefusal::kNoSuchName:
       return ReadOutcome::kNoSuchName;
-    case Refusal::kTooManyRows:
+    case QueryRefusal::kTooManyRows:
       return ReadOutcome::kTooManyRows;
-    case Refusal::kNoAnswer:
+    case QueryRefusal::kNoAnswer:
       return ReadOutcome::kTooMuchWork;
     default:
       return ReadOutcome::kFailed;
@@ -95,7 +95,7 @@ ReadResult WhyNothingCame(Connection& connection) {
   std::string reason =
       text == nullptr ? std::string("it does not say why") : std::string(text, size);
   const bool tells_kind = message.GetRaw(kColumnRefusal, nullptr) != nullptr;
-  const auto refusal = static_cast<Refusal>(message.GetInt(kColumnRefusal, nullptr));
+  const auto refusal = static_cast<QueryRefusal>(message.GetInt(kColumnRefusal, nullptr));
   message.ReadRecord();  // the marker
   return {tells_kind ? OutcomeOf(refusal) : ReadOutcome::kTooMuchWork, std::move(reason)};
 }

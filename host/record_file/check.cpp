@@ -12,7 +12,7 @@
 namespace packetdb::host {
 namespace {
 
-void CheckLength(const Moment& moment, const FindingSink& sink) {
+void CheckLength(const CheckedMoment& moment, const FindingSink& sink) {
   if (moment.is_length_right) return;
   const std::uint64_t length = moment.facts.length;
   const std::uint64_t right = std::max(moment.facts.superblock.file_length, kCellsOffset);
@@ -21,12 +21,12 @@ void CheckLength(const Moment& moment, const FindingSink& sink) {
 }
 
 // Beyond its end, memory is none.
-Way WayTo(const Descriptor& file, const Moment& moment) {
+Way WayTo(const Descriptor& file, const CheckedMoment& moment) {
   const bool is_short = !moment.is_length_right;
   return is_short || GetRecordFileSettings().by_calls ? Way::kByCalls : BestWay(file);
 }
 
-RecordFileResult CheckContents(const Descriptor& file, Moment& moment, Patience& patience,
+RecordFileResult CheckContents(const Descriptor& file, CheckedMoment& moment, Patience& patience,
                                const FindingSink& sink) {
   if (moment.facts.length < kCellsOffset) return kRecordFileOk;
   Medium medium;
@@ -46,7 +46,7 @@ RecordFileResult CheckContents(const Descriptor& file, Moment& moment, Patience&
 
 RecordFileResult CheckRecordFile(const Descriptor& file, const FindingSink& sink) {
   Patience patience;
-  Moment moment;
+  CheckedMoment moment;
   RecordFileResult result = FixMoment(file, &patience, &moment);
   if (result == kDamagedHeader || result == kAbsurdHeader) return CheckSuperblocks(file, sink);
   if (result == kTruncatedFile) {

@@ -29,7 +29,7 @@ Life LifeOf(const StatePage& state, bool is_written) {
 }
 
 // Records that the page counts and that are nowhere.
-void NoteLostEnd(Moment* moment) {
+void NoteLostEnd(CheckedMoment* moment) {
   const StatePage& state = moment->state();
   const std::uint64_t next = moment->window.end;
   const bool is_behind = moment->life == Life::kAbandoned && state.next > next &&
@@ -49,7 +49,7 @@ bool Patience::Wait() {
   return true;
 }
 
-RecordFileResult FixMoment(const Descriptor& file, Patience* patience, Moment* moment) {
+RecordFileResult FixMoment(const Descriptor& file, Patience* patience, CheckedMoment* moment) {
   for (;;) {
     FileFacts again;
     bool is_written = false;
@@ -65,7 +65,7 @@ RecordFileResult FixMoment(const Descriptor& file, Patience* patience, Moment* m
   }
 }
 
-RecordFileResult FindWindow(const Medium& medium, Moment* moment) {
+RecordFileResult FindWindow(const Medium& medium, CheckedMoment* moment) {
   const Geometry& geometry = moment->geometry();
   if (!moment->is_length_right) {
     const std::uint64_t stated = moment->state().next;

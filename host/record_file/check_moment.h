@@ -32,7 +32,7 @@ enum class Life {
 };
 
 // The file at the moment at which the check begins.
-struct Moment {
+struct CheckedMoment {
   FileFacts facts;
   bool is_length_right = true;
   Life life = Life::kClosed;
@@ -50,15 +50,15 @@ struct Moment {
 };
 
 // Fixes the moment, but for its window. What Inspect returns, whatever the length is.
-RecordFileResult FixMoment(const Descriptor& file, Patience* patience, Moment* moment);
+RecordFileResult FixMoment(const Descriptor& file, Patience* patience, CheckedMoment* moment);
 
 // Finds the window; `medium` is over the whole file. With a wrong length, nothing is recovered.
-RecordFileResult FindWindow(const Medium& medium, Moment* moment);
+RecordFileResult FindWindow(const Medium& medium, CheckedMoment* moment);
 
 // Tells what has happened since the moment.
 class Stillness {
  public:
-  Stillness(const Descriptor& file, const Medium& medium, const Moment& moment)
+  Stillness(const Descriptor& file, const Medium& medium, const CheckedMoment& moment)
       : file_(file), medium_(medium), moment_(moment) {}
 
   // Whether nobody was at the file then, and nobody is or was since.
@@ -71,13 +71,13 @@ class Stillness {
  private:
   const Descriptor& file_;
   const Medium& medium_;
-  const Moment& moment_;
+  const CheckedMoment& moment_;
 };
 
 // What the parts of a check have in common.
 struct CheckContext {
   const Medium& medium;
-  const Moment& moment;
+  const CheckedMoment& moment;
   const Stillness& stillness;
   Patience& patience;
   const FindingSink& sink;

@@ -42,7 +42,7 @@ class SlotJudge {
   }
 
   const CheckContext& context_;
-  const Moment& moment_;
+  const CheckedMoment& moment_;
   const Geometry& geometry_;
   const FrameReader reader_;
   std::uint64_t missing_ = 0;  // live records that are nowhere, as a power cut leaves them

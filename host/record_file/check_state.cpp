@@ -12,7 +12,7 @@ namespace {
 
 class PageCheck {
  public:
-  PageCheck(const Moment& moment, const FindingSink& sink)
+  PageCheck(const CheckedMoment& moment, const FindingSink& sink)
       : moment_(moment), state_(moment.state()), geometry_(moment.geometry()), sink_(sink) {}
 
   void Run() {
@@ -105,7 +105,7 @@ class PageCheck {
     }
   }
 
-  const Moment& moment_;
+  const CheckedMoment& moment_;
   const StatePage& state_;
   const Geometry& geometry_;
   const FindingSink& sink_;
@@ -125,7 +125,9 @@ bool IsSomeFrame(const Geometry& geometry, std::uint64_t near, const std::byte* 
 
 }  // namespace
 
-void CheckState(const Moment& moment, const FindingSink& sink) { PageCheck(moment, sink).Run(); }
+void CheckState(const CheckedMoment& moment, const FindingSink& sink) {
+  PageCheck(moment, sink).Run();
+}
 
 RecordFileResult CheckRedo(const CheckContext& context) {
   const Geometry& geometry = context.moment.geometry();

@@ -7,7 +7,7 @@
 namespace packetdb::host {
 
 // What the page of the moment says, and that it says nothing where it should not.
-void CheckState(const Moment& moment, const FindingSink& sink);
+void CheckState(const CheckedMoment& moment, const FindingSink& sink);
 
 // The redo sector, which an overwrite may be changing. Fails only when it cannot be read.
 RecordFileResult CheckRedo(const CheckContext& context);

@@ -9,8 +9,8 @@ namespace {
 
 constexpr const char* kBlockedBy = "src,proto,dst_port,verdict,rule";
 
-std::vector<Column> BlockedColumns(const KeyColumns& keys) {
-  std::vector<Column> columns;
+std::vector<PrintColumn> BlockedColumns(const KeyColumns& keys) {
+  std::vector<PrintColumn> columns;
   keys.AddColumns(&columns);
   columns.push_back(FieldColumn("rule_text"));
   columns.push_back(FieldColumn("dst"));

@@ -13,20 +13,20 @@ const Field* FieldNamed(std::string_view name) {
 
 // Rows have members of their own for these numbers; in a summary nothing else tells rules and
 // flags without names apart.
-void AddNumberKey(Column* column) {
+void AddNumberKey(PrintColumn* column) {
   if (column->name == "rule") column->number_key = "rule_number";
   if (column->name == "flags") column->number_key = "flags_value";
 }
 
 }  // namespace
 
-Column FieldColumn(std::string_view name) { return ColumnOf(*FieldNamed(name)); }
+PrintColumn FieldColumn(std::string_view name) { return ColumnOf(*FieldNamed(name)); }
 
 KeyColumns::KeyColumns(const KeyFields& fields) {
   for (const KeyField* field : fields) fields_.push_back(FieldNamed(field->name));
 }
 
-void KeyColumns::AddColumns(std::vector<Column>* columns) const {
+void KeyColumns::AddColumns(std::vector<PrintColumn>* columns) const {
   for (const Field* field : fields_) {
     columns->push_back(ColumnOf(*field));
     AddNumberKey(&columns->back());
@@ -40,7 +40,7 @@ void KeyColumns::AddCells(const Row& row, std::uint32_t last_seconds, FieldNames
   for (const Field* field : fields_) cells->push_back(field->cell(event, row, *names));
 }
 
-void AddSumColumns(std::vector<Column>* columns) {
+void AddSumColumns(std::vector<PrintColumn>* columns) {
   columns->push_back(FieldColumn("count"));
   columns->push_back(FieldColumn("bytes"));
   columns->push_back({"events", "EVENTS", true, false, "", "events"});
@@ -52,7 +52,7 @@ void AddSumCells(const Sums& sums, std::vector<Cell>* cells) {
   }
 }
 
-void AddSpanColumns(std::vector<Column>* columns) {
+void AddSpanColumns(std::vector<PrintColumn>* columns) {
   columns->push_back({"share", "SHARE", true, false, "", "share"});
   columns->push_back(FieldColumn("first"));
   columns->push_back(FieldColumn("last"));

@@ -11,14 +11,14 @@
 namespace packetdb::host {
 
 // The column of a row's field by its name, with which summaries agree.
-Column FieldColumn(std::string_view name);
+PrintColumn FieldColumn(std::string_view name);
 
 // The columns and cells of the fields by which rows are grouped.
 class KeyColumns {
  public:
   explicit KeyColumns(const KeyFields& fields);
 
-  void AddColumns(std::vector<Column>* columns) const;
+  void AddColumns(std::vector<PrintColumn>* columns) const;
   // Of a row that has nothing but the fields. A rule is called what its number meant when the
   // newest of the group's events was last seen.
   void AddCells(const Row& row, std::uint32_t last_seconds, FieldNames* names,
@@ -29,11 +29,11 @@ class KeyColumns {
 };
 
 // count, bytes, events.
-void AddSumColumns(std::vector<Column>* columns);
+void AddSumColumns(std::vector<PrintColumn>* columns);
 void AddSumCells(const Sums& sums, std::vector<Cell>* cells);
 
 // share, first, last.
-void AddSpanColumns(std::vector<Column>* columns);
+void AddSpanColumns(std::vector<PrintColumn>* columns);
 void AddSpanCells(const Sums& sums, std::uint64_t share, std::vector<Cell>* cells);
 
 }  // namespace packetdb::host

@@ -3,8 +3,8 @@
 namespace packetdb::host {
 namespace {
 
-std::vector<Column> GroupColumns(const KeyColumns& keys) {
-  std::vector<Column> columns;
+std::vector<PrintColumn> GroupColumns(const KeyColumns& keys) {
+  std::vector<PrintColumn> columns;
   keys.AddColumns(&columns);
   AddSumColumns(&columns);
   AddSpanColumns(&columns);

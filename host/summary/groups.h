@@ -34,7 +34,7 @@ class Groups {
 
   KeyLayout layout_;
   GroupTable table_;
-  Runs runs_;
+  SpilledRuns runs_;
   Sums total_;
   std::vector<KeyBytes> key_;  // of the row that is being added
 };

@@ -56,8 +56,8 @@ void HistogramPrinter::Print(const std::vector<HistogramLine>& lines, std::FILE*
   table->Finish();
 }
 
-std::vector<Column> HistogramPrinter::Columns() const {
-  std::vector<Column> columns{{"bin", "BIN", false, false, "bin", "bin_unix"}};
+std::vector<PrintColumn> HistogramPrinter::Columns() const {
+  std::vector<PrintColumn> columns{{"bin", "BIN", false, false, "bin", "bin_unix"}};
   keys_.AddColumns(&columns);
   if (layout_ != nullptr && !is_for_people_) {
     columns.push_back({"of", "OF", false, false, "of", ""});
@@ -88,9 +88,9 @@ void HistogramPrinter::AddValueCells(const HistogramLine& line, std::vector<Cell
 // What the other columns leave of the terminal.
 std::size_t HistogramPrinter::BarWidth(const std::vector<HistogramLine>& lines) {
   if (options_.width == 0) return histogram_.bar_width;
-  const std::vector<Column> columns = Columns();
+  const std::vector<PrintColumn> columns = Columns();
   std::vector<std::size_t> widths;
-  for (const Column& column : columns) widths.push_back(WidthOf(column.head));
+  for (const PrintColumn& column : columns) widths.push_back(WidthOf(column.head));
   CellText cell_text(options_.utc);
   for (const HistogramLine& line : lines) {
     const std::vector<Cell> cells = CellsOf(line);

@@ -22,7 +22,7 @@ class HistogramPrinter {
   void Print(const std::vector<HistogramLine>& lines, std::FILE* out);
 
  private:
-  std::vector<Column> Columns() const;
+  std::vector<PrintColumn> Columns() const;
   std::vector<Cell> CellsOf(const HistogramLine& line);
   void AddValueCells(const HistogramLine& line, std::vector<Cell>* cells);
   std::size_t BarWidth(const std::vector<HistogramLine>& lines);

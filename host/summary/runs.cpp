@@ -25,11 +25,11 @@ constexpr std::size_t kWriteSize = std::size_t{1} << 20U;
 
 }  // namespace
 
-Runs::~Runs() {
+SpilledRuns::~SpilledRuns() {
   if (file_ >= 0) close(file_);
 }
 
-void Runs::Write(const GroupTable& table) {
+void SpilledRuns::Write(const GroupTable& table) {
   if (file_ < 0) Open();
   const std::uint64_t start = end_;
   std::string bytes;
@@ -44,7 +44,7 @@ void Runs::Write(const GroupTable& table) {
   runs_.push_back({start, end_ - start});
 }
 
-void Runs::Merge(const GroupVisitor& visit) const {
+void SpilledRuns::Merge(const GroupVisitor& visit) const {
   std::vector<RunReader> readers;
   for (const Run& run : runs_) readers.emplace_back(file_, run.offset, run.size, layout_.size());
   const auto is_behind = [&](const RunReader* a, const RunReader* b) {
@@ -70,7 +70,7 @@ void Runs::Merge(const GroupVisitor& visit) const {
   }
 }
 
-void Runs::Open() {
+void SpilledRuns::Open() {
   const char* const given = std::getenv("TMPDIR");
   folder_ = given != nullptr && *given != '\0' ? given : "/var/tmp";
   std::string path = folder_ + "/packetdb-XXXXXX";
@@ -79,7 +79,7 @@ void Runs::Open() {
   unlink(path.c_str());
 }
 
-void Runs::Append(const std::string& bytes) {
+void SpilledRuns::Append(const std::string& bytes) {
   for (std::size_t done = 0; done < bytes.size();) {
     const ssize_t written = write(file_, bytes.data() + done, bytes.size() - done);
     if (written < 0 && errno == EINTR) continue;

@@ -22,13 +22,13 @@ using GroupVisitor = std::function<void(const KeyBytes* key, const Sums& sums)>;
 
 // The file is in the folder that the environment has as TMPDIR, or in /var/tmp, which unlike /tmp
 // is seldom memory itself. It is gone with the process, however that ends.
-class Runs {
+class SpilledRuns {
  public:
   // `layout` must outlive it.
-  explicit Runs(const KeyLayout& layout) : layout_(layout) {}
-  ~Runs();
-  Runs(const Runs&) = delete;
-  Runs& operator=(const Runs&) = delete;
+  explicit SpilledRuns(const KeyLayout& layout) : layout_(layout) {}
+  ~SpilledRuns();
+  SpilledRuns(const SpilledRuns&) = delete;
+  SpilledRuns& operator=(const SpilledRuns&) = delete;
 
   bool empty() const { return runs_.empty(); }
 

@@ -145,7 +145,7 @@ TEST(NodePoolTest, GivesZerosAlsoFromMemoryThatWasUsed) {
   pool.Return(node);
   ASSERT_EQ(pool.Take(), node);
   EXPECT_EQ(node->m_RecordIndex, 0);
-  EXPECT_EQ(node->m_Item.m_Count, 0u);
+  EXPECT_EQ(std::uint32_t{node->m_Item.m_Count}, 0u);
   EXPECT_EQ(node->m_Next, nullptr);
 }
 

@@ -8,9 +8,9 @@
 namespace packetdb::host::test {
 namespace {
 
-const std::vector<Column> kColumns = {{"name", "NAME", false, true, "name", ""},
-                                      {"sum", "SUM", true, false, "", "sum"},
-                                      {"note", "NOTE", false, true, "note", ""}};
+const std::vector<PrintColumn> kColumns = {{"name", "NAME", false, true, "name", ""},
+                                           {"sum", "SUM", true, false, "", "sum"},
+                                           {"note", "NOTE", false, true, "note", ""}};
 
 std::vector<Cell> Line(const std::string& name, std::uint64_t sum, const std::string& note) {
   return {Cell::Text(name), Cell::Number(sum), Cell::Text(note)};

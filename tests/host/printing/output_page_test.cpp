@@ -7,7 +7,7 @@
 namespace packetdb::host::test {
 namespace {
 
-std::string KeysOf(const Column& column) {
+std::string KeysOf(const PrintColumn& column) {
   const bool has_both = !column.text_key.empty() && !column.number_key.empty();
   if (!has_both || column.text_key == column.number_key) {
     return "`" + (column.text_key.empty() ? column.number_key : column.text_key) + "`";
@@ -19,7 +19,7 @@ TEST(OutputPage, ListsEveryFieldInItsOrder) {
   const std::string page = ReadText(PACKETDB_SOURCE_DIR "/docs/output.md");
   std::string rows;
   for (const Field& field : RowFields()) {
-    const Column column = ColumnOf(field);
+    const PrintColumn column = ColumnOf(field);
     rows += "| `" + column.name + "` | " + column.head + " | " + field.meaning + " | " +
             KeysOf(column) + " |\n";
   }

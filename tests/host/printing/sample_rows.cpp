@@ -116,7 +116,7 @@ std::string PrintedSamples(const std::string& format) {
   return PrintedRows(SampleRows(), SampleOptions(format), SampleNames());
 }
 
-std::string PrintedTable(const std::vector<Column>& columns,
+std::string PrintedTable(const std::vector<PrintColumn>& columns,
                          const std::vector<std::vector<Cell>>& rows, const PrintOptions& options) {
   return Printed([&](std::FILE* out) {
     const auto printer = MakeTablePrinter(options, columns, out);

@@ -30,7 +30,7 @@ PrintOptions SampleOptions(const std::string& format);
 std::string PrintedRows(const std::vector<Row>& rows, const PrintOptions& options,
                         const Names& names);
 std::string PrintedSamples(const std::string& format);
-std::string PrintedTable(const std::vector<Column>& columns,
+std::string PrintedTable(const std::vector<PrintColumn>& columns,
                          const std::vector<std::vector<Cell>>& rows, const PrintOptions& options);
 
 }  // namespace packetdb::host::test

@@ -188,7 +188,8 @@ using SeenRows = std::map<std::pair<std::uint16_t, std::uint32_t>, Seen>;
 
 FollowSink InsertInto(SeenRows* rows) {
   return [rows](const Row& row, bool is_update) {
-    Seen& seen = (*rows)[{row.event.m_SrcPort, row.event.m_FirstTime}];
+    Seen& seen =
+        (*rows)[{std::uint16_t{row.event.m_SrcPort}, std::uint32_t{row.event.m_FirstTime}}];
     seen.as_new += is_update ? 0 : 1;
     seen.count = row.event.m_Count;
     seen.last_time = row.event.m_LastTime;

@@ -38,7 +38,8 @@ std::string GroupedNaively(const std::vector<Row>& rows) {
   std::map<Key, Sums> groups;
   for (const Row& row : rows) {
     const auto& e = row.event;
-    Sums& sums = groups[{e.m_SrcIp, e.m_DstPort, std::string(row.interface), e.m_Flags & 0x70U}];
+    Sums& sums = groups[{std::uint32_t{e.m_SrcIp}, std::uint16_t{e.m_DstPort},
+                         std::string(row.interface), e.m_Flags & 0x70U}];
     sums.first = sums.events == 0 ? e.m_FirstTime : std::min(sums.first, +e.m_FirstTime);
     sums.last = std::max(sums.last, +e.m_LastTime);
     sums.count += e.m_Count;
