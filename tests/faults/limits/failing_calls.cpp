@@ -7,6 +7,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 #include "tests/faults/limits/operations.h"
@@ -61,6 +62,7 @@ bool Try(const Operation& operation, const FaultKind& kind, std::uint64_t nth,
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
     std::filesystem::remove(entry.path());
   }
+  alarm(kTrialSeconds);  // of each attempt anew: a trial may have thousands
   DrivenJournal journal(folder + "/journal", operation.capacity);
   operation.prepare(journal);
   Arm({.nth = nth, .for_good = kind.for_good, .error = kind.error});
